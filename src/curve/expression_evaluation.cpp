@@ -1,0 +1,191 @@
+// A curve evaluated together with an expression: the sum of both, with the
+// out-of-range modes applied to the sum. Outside the curve the expression is
+// shown the clamped, wrapped or shifted time through the host variables behind
+// the process-wide parser's keys "t" and "f".
+#include <cassert>
+#include <cmath>
+#include <limits>
+
+#include "curveevaluation.h"
+#include "functionfloatbase.h"
+#include "functionparserbase.h"
+#include "splinebase.h"
+
+using exprcurve_detail::CurveLocation;
+
+namespace {
+
+using Key = FunctionParserBase::keyStruct;
+
+// The backward step with which linear extrapolation measures the expression's
+// own slope: the single-precision 0.001, widened where the arithmetic is
+// double. The divisor stays this value whatever step the variable's kind
+// really allowed.
+constexpr float linearProbeStepSingle = 0.001f;
+constexpr double linearProbeStep = static_cast<double>(linearProbeStepSingle);
+static_assert(linearProbeStep == 0.0010000000474974513, "the float constant widened");
+
+// Either key may be missing; a missing key is skipped where it would be
+// written and reads back as 0.0.
+struct TimeKeys {
+    Key* time;    // "t"
+    Key* scaled;  // "f", the time times timeScale
+};
+
+TimeKeys fetchTimeKeys()
+{
+    FunctionParserBase& parser = FunctionParserBase::instance();
+    return {parser.getKey("t"), parser.getKey("f")};
+}
+
+// Truncation toward zero. A plain conversion of NaN or of a value outside the
+// int range is undefined, so those get a defined answer: NaN gives 0 and
+// out-of-range values saturate at the nearest int limit.
+int truncateToInt(const double& x)
+{
+    constexpr double aboveMax = static_cast<double>(std::numeric_limits<int>::max()) + 1.0;
+    constexpr double belowMin = static_cast<double>(std::numeric_limits<int>::min()) - 1.0;
+    if (std::isnan(x))
+        return 0;
+    if (x >= aboveMax)
+        return std::numeric_limits<int>::max();
+    if (x <= belowMin)
+        return std::numeric_limits<int>::min();
+    return static_cast<int>(x);
+}
+
+// Stores x in the key's variable in the variable's own kind; a key of an
+// unknown kind is left alone.
+void writeTime(const Key* key, const double& x)
+{
+    if (key == nullptr)
+        return;
+    switch (key->type) {
+    case KEY_BOOL:
+        *static_cast<bool*>(key->ptr) = x != 0.0;  // NaN is non-zero
+        break;
+    case KEY_INT:
+        *static_cast<int*>(key->ptr) = truncateToInt(x);
+        break;
+    case KEY_FLOAT:
+        *static_cast<float*>(key->ptr) = static_cast<float>(x);
+        break;
+    case KEY_DOUBLE:
+        *static_cast<double*>(key->ptr) = x;
+        break;
+    default:
+        break;
+    }
+}
+
+// The key's variable as a double; 0.0 for a missing key or an unknown kind.
+double readTime(const Key* key)
+{
+    if (key == nullptr)
+        return 0.0;
+    switch (key->type) {
+    case KEY_BOOL:
+        // The byte, as the expression's bool leaves read it.
+        return *static_cast<const unsigned char*>(key->ptr) != 0 ? 1.0 : 0.0;
+    case KEY_INT:
+        return static_cast<double>(*static_cast<const int*>(key->ptr));
+    case KEY_FLOAT:
+        return static_cast<double>(*static_cast<const float*>(key->ptr));
+    case KEY_DOUBLE:
+        return *static_cast<const double*>(key->ptr);
+    default:
+        return 0.0;
+    }
+}
+
+// Moves the key's variable back by the probe step in the variable's own kind:
+// a float steps in single precision, an int drops by one when positive, a
+// bool can only become true.
+void stepTimeBack(const Key* key)
+{
+    if (key == nullptr)
+        return;
+    switch (key->type) {
+    case KEY_BOOL:
+        *static_cast<bool*>(key->ptr) = true;
+        break;
+    case KEY_INT: {
+        int& variable = *static_cast<int*>(key->ptr);
+        variable = truncateToInt(static_cast<double>(variable) + -linearProbeStep);
+        break;
+    }
+    case KEY_FLOAT: {
+        float& variable = *static_cast<float*>(key->ptr);
+        variable = variable + -linearProbeStepSingle;
+        break;
+    }
+    case KEY_DOUBLE: {
+        double& variable = *static_cast<double*>(key->ptr);
+        variable = variable + -linearProbeStep;
+        break;
+    }
+    default:
+        break;
+    }
+}
+
+// The expression shown the time x: "t" gets x, then "f" gets x * timeScale.
+double evaluateAt(const TimeKeys& keys, const double& x, FunctionFloatBase* expression,
+                  const double& timeScale)
+{
+    writeTime(keys.time, x);
+    writeTime(keys.scaled, x * timeScale);
+    return (*expression)();
+}
+
+}  // namespace
+
+double SplineBase::operator()(const double& t, FunctionFloatBase* expression,
+                              const double& timeScale)
+{
+    if (controlPoints.empty())
+        return defaultValue;
+
+    const PointInfo& first = *controlPoints.front();
+    const PointInfo& last = *controlPoints.back();
+    const CurveLocation location = exprcurve_detail::locateTime(controlPoints, t);
+
+    // Inside the curve the expression sees the keys as the caller left them.
+    if (location.region == CurveLocation::Inside) {
+        const double expressionValue = (*expression)();
+        return expressionValue + exprcurve_detail::segmentValue(*this, location.segment, t);
+    }
+
+    if (location.region == CurveLocation::Before) {
+        if (preExtrapolation == kv_spline::EXTRAPOLATE_ZERO)
+            return 0.0;
+        return evaluateAt(fetchTimeKeys(), first.time, expression, timeScale) + first.value;
+    }
+
+    if (postExtrapolation == kv_spline::EXTRAPOLATE_ZERO)
+        return 0.0;
+    const TimeKeys keys = fetchTimeKeys();
+    if (postExtrapolation == kv_spline::EXTRAPOLATE_CONSTANT || controlPoints.size() == 1)
+        return evaluateAt(keys, last.time, expression, timeScale) + last.value;
+
+    if (postExtrapolation == kv_spline::EXTRAPOLATE_LINEAR) {
+        const double atLast = evaluateAt(keys, last.time, expression, timeScale);
+        const double curveSlope = exprcurve_detail::arrivalSlope(*this);
+        stepTimeBack(keys.time);
+        writeTime(keys.scaled, readTime(keys.time) * timeScale);
+        const double beforeLast = (*expression)();
+        return ((t - last.time) * (curveSlope + (atLast - beforeLast) / linearProbeStep)) +
+               last.value + atLast;
+    }
+
+    const exprcurve_detail::CycleShift shift = exprcurve_detail::cycleShift(first, last, t);
+    const double numOffsets = shift.numOffsets;
+    assert(numOffsets >= 1.0);
+    const double shifted = evaluateAt(keys, shift.shiftedTime, expression, timeScale);
+    if (postExtrapolation == kv_spline::EXTRAPOLATE_CYCLE)
+        return shifted + (*this)(shift.shiftedTime);
+    const double atFirst = evaluateAt(keys, first.time, expression, timeScale);
+    const double atLast = evaluateAt(keys, last.time, expression, timeScale);
+    return shifted + (numOffsets * ((atLast + last.value) - (atFirst + first.value)) +
+                      (*this)(shift.shiftedTime));
+}
