@@ -15,6 +15,27 @@ namespace exprcurve_detail {
 // the insertion index.
 unsigned int insertOrdered(std::vector<PointInfo*>& list, PointInfo* point);
 
+// Builds a list by the insertion rule above, in constant time per point in
+// the common case. While the list is sorted and holds no NaN time, a point
+// whose time lies strictly beyond the last one is where insertOrdered would
+// end up after scanning the whole list, so it is appended directly; every
+// other point goes through insertOrdered. A NaN time ends the fast path for
+// good, since insertOrdered puts it at the front and the list is no longer
+// sorted. The result is the list that insertOrdered alone would build.
+class OrderedBuilder {
+public:
+    // Checks `list` once; an empty list starts on the fast path.
+    explicit OrderedBuilder(std::vector<PointInfo*>& list);
+
+    // Takes `point` into the list. If the list cannot grow (the allocation
+    // exception), the point is not inserted and stays the caller's.
+    void insert(PointInfo* point);
+
+private:
+    std::vector<PointInfo*>& list;
+    bool sortedWithoutNaN;
+};
+
 // Deletes every non-null record (nulling each entry first) and empties the
 // list.
 void deleteAll(std::vector<PointInfo*>& list);

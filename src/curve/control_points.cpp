@@ -1,5 +1,7 @@
 #include "controlpoints.h"
 
+#include <cmath>
+
 #include "splinebase.h"
 
 namespace exprcurve_detail {
@@ -12,6 +14,36 @@ unsigned int insertOrdered(std::vector<PointInfo*>& list, PointInfo* point)
         ++index;
     list.insert(list.begin() + static_cast<std::ptrdiff_t>(index), point);
     return static_cast<unsigned int>(index);
+}
+
+namespace {
+
+bool isSortedWithoutNaN(const std::vector<PointInfo*>& list)
+{
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        const double time = list[i]->time;
+        if (std::isnan(time) || (i > 0 && list[i - 1]->time > time))
+            return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+OrderedBuilder::OrderedBuilder(std::vector<PointInfo*>& list)
+    : list(list), sortedWithoutNaN(isSortedWithoutNaN(list))
+{
+}
+
+void OrderedBuilder::insert(PointInfo* point)
+{
+    const double time = point->time;
+    if (std::isnan(time))
+        sortedWithoutNaN = false;
+    if (sortedWithoutNaN && (list.empty() || time > list.back()->time))
+        list.push_back(point);
+    else
+        insertOrdered(list, point);
 }
 
 void deleteAll(std::vector<PointInfo*>& list)
