@@ -1,0 +1,200 @@
+#include "expression_commands.h"
+
+#include <cctype>
+#include <cstdio>
+#include <iostream>
+#include <memory>
+#include <set>
+
+#include "functionfloatbase.h"
+#include "parservarmapper.h"
+#include "tool_support.h"
+
+namespace tool {
+namespace {
+
+using Tree = std::unique_ptr<FunctionFloatBase>;
+
+std::string formatNumber(double value)
+{
+    char buffer[40];
+    std::snprintf(buffer, sizeof buffer, "%.17g", value);
+    return buffer;
+}
+
+// Reports the faults of a parse; true when there were any.
+bool hasFaults(const ParseMessage& message)
+{
+    if (message.errors.empty())
+        return false;
+    std::cerr << "exprcurve: the expression has " << message.errors.size()
+              << (message.errors.size() == 1 ? " fault:\n" : " faults:\n");
+    reportFaults(message);
+    return true;
+}
+
+// Asked about every operand during a first parse; remembers the ones that
+// look like names (a letter first) and that no key answers, so that `tree`
+// and `vars` can show an expression's structure without the user declaring
+// each variable.
+class NameCollector : public ParserVarMapper {
+public:
+    explicit NameCollector(FunctionParserBase& parser) : parser_(parser) {}
+    FunctionFloatBase* mapVariable(const std::string& name) override
+    {
+        if (!name.empty() && std::isalpha(static_cast<unsigned char>(name[0])) &&
+            parser_.findIndex(name) != 0 && isNameLike(name) && !isFunctionName(name))
+            names.insert(name);
+        return nullptr;
+    }
+    std::set<std::string> names;
+
+private:
+    // A function name without its brackets stays a fault, as the parser
+    // reports it.
+    static bool isFunctionName(const std::string& name)
+    {
+        static const std::set<std::string> functions{
+            "if",   "max",  "min",  "exp",  "log10", "log", "rnd", "abs",
+            "sqrt", "acos", "asin", "atan", "cosh",  "sinh", "tanh", "cos",
+            "sin",  "tan",  "ceil", "floor", "j0",   "j1",  "not"};
+        return functions.count(name) != 0;
+    }
+    static bool isNameLike(const std::string& name)
+    {
+        for (unsigned char c : name) {
+            if (!std::isalnum(c) && c != '_' && c != '.')
+                return false;
+        }
+        return true;
+    }
+    FunctionParserBase& parser_;
+};
+
+// Parses with every free name bound to a double variable of value 0.
+Tree parseWithFreeNames(FunctionParserBase& parser, VariableTable& variables,
+                        const std::string& expression, ParseMessage& message)
+{
+    NameCollector collector(parser);
+    parser.setVarMapper(&collector);
+    Tree probe(parser.parseString(expression, message));
+    parser.setVarMapper(nullptr);
+    for (const std::string& name : collector.names)
+        variables.bind(name, 0.0);
+    return Tree(parser.parseString(expression, message));
+}
+
+std::string nodeLabel(const FunctionFloatBase& node)
+{
+    if (const FunctionFloatConstant* constant = node.getConstantRef())
+        return formatNumber(constant->value);
+    const char* kind = node.isVariableDouble() ? "double"
+                     : node.isVariableFloat()  ? "float"
+                     : node.isVariableInt()    ? "int"
+                     : node.isVariableBool()   ? "bool"
+                                               : nullptr;
+    if (kind != nullptr) {
+        FunctionFloatBase& leaf = const_cast<FunctionFloatBase&>(node);
+        const std::string name = leaf.getString();
+        return (name.empty() ? std::string("(unnamed)") : name) + "  [" + kind + " variable]";
+    }
+    if (const FunctionFloatUnary* u = node.getUnaryRef()) {
+        return u->isNeg() ? "not" : u->isJ0() ? "j0" : u->isJ1() ? "j1" : u->isFloor() ? "floor"
+             : u->isCeil() ? "ceil" : u->isTan() ? "tan" : u->isSin() ? "sin" : u->isCos() ? "cos"
+             : u->isTanH() ? "tanh" : u->isSinH() ? "sinh" : u->isCosH() ? "cosh"
+             : u->isATan() ? "atan" : u->isASin() ? "asin" : u->isACos() ? "acos"
+             : u->isSqrt() ? "sqrt" : u->isAbs() ? "abs" : u->isLog() ? "log"
+             : u->isL10() ? "log10" : u->isExp() ? "exp" : "unary";
+    }
+    if (const FunctionFloatBinary* b = node.getBinaryRef()) {
+        return b->isAdd() ? "+" : b->isSub() ? "-" : b->isMul() ? "*" : b->isDiv() ? "/"
+             : b->isPow() ? "^" : b->isAnd() ? "&" : b->isOr() ? "|" : b->isEql() ? "="
+             : b->isGrt() ? ">" : b->isLss() ? "<" : b->isMax() ? "max" : b->isMin() ? "min"
+             : "rnd";
+    }
+    if (const FunctionFloatTernary* t = node.getTernaryRef())
+        return t->isIf() ? "if" : "ternary";
+    return "node";
+}
+
+// One node per line, children indented below their parent. Walks with an
+// explicit stack: parsed trees can be a thousand levels deep.
+void printTree(const FunctionFloatBase* root)
+{
+    std::vector<std::pair<const FunctionFloatBase*, std::size_t>> pending{{root, 0}};
+    while (!pending.empty()) {
+        const auto [node, depth] = pending.back();
+        pending.pop_back();
+        std::cout << std::string(2 * depth, ' ');
+        if (node == nullptr) {
+            std::cout << "(missing)\n";
+            continue;
+        }
+        std::cout << nodeLabel(*node) << '\n';
+        std::vector<const FunctionFloatBase*> children;
+        if (const FunctionFloatUnary* u = node->getUnaryRef())
+            children = {u->arg};
+        else if (const FunctionFloatBinary* b = node->getBinaryRef())
+            children = {b->arg1, b->arg2};
+        else if (const FunctionFloatTernary* t = node->getTernaryRef())
+            children = {t->arg1, t->arg2, t->arg3};
+        for (auto child = children.rbegin(); child != children.rend(); ++child)
+            pending.emplace_back(*child, depth + 1);
+    }
+}
+
+}  // namespace
+
+int runEval(const EvalOptions& options)
+{
+    FunctionParserBase parser;
+    VariableTable variables(parser);
+    for (const std::string& assignment : options.assignments)
+        variables.bindAssignment(assignment);
+    std::vector<double> times;
+    double* time = nullptr;
+    if (!options.timeRange.empty()) {
+        times = parseTimeRange(options.timeRange);
+        time = &variables.bind("t", times.front());
+    }
+
+    ParseMessage message{};
+    Tree tree(parser.parseString(options.expression, message));
+    if (hasFaults(message))
+        return exitInputFaults;
+
+    if (time == nullptr) {
+        std::cout << formatNumber((*tree)()) << '\n';
+        return exitOk;
+    }
+    std::cout << "t,value\n";
+    for (double t : times) {
+        *time = t;
+        std::cout << formatNumber(t) << ',' << formatNumber((*tree)()) << '\n';
+    }
+    return exitOk;
+}
+
+int runTree(const std::string& expression)
+{
+    FunctionParserBase parser;
+    VariableTable variables(parser);
+    ParseMessage message{};
+    Tree tree = parseWithFreeNames(parser, variables, expression, message);
+    std::cout << "normalised: " << message.text << '\n';
+    printTree(tree.get());
+    return hasFaults(message) ? exitInputFaults : exitOk;
+}
+
+int runVars(const std::string& expression)
+{
+    FunctionParserBase parser;
+    VariableTable variables(parser);
+    ParseMessage message{};
+    Tree tree = parseWithFreeNames(parser, variables, expression, message);
+    for (const FunctionParserBase::keyStruct* key : parser.getAllVars(tree.get()))
+        std::cout << (key != nullptr ? key->name : std::string("(unregistered)")) << '\n';
+    return hasFaults(message) ? exitInputFaults : exitOk;
+}
+
+}  // namespace tool
