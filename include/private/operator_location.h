@@ -1,0 +1,34 @@
+// The operator and call-form finders on views of the text (internal, not
+// installed). The tree builder works on views of one normalised text so that
+// no level copies its substrings; the public finders of FunctionParserBase
+// wrap these and copy the pieces out.
+//
+// Every finder returns false when the text is not of its form and then leaves
+// its outputs untouched; on success the outputs are views into `s`.
+#ifndef EXPRCURVE_PRIVATE_OPERATOR_LOCATION_H
+#define EXPRCURVE_PRIVATE_OPERATOR_LOCATION_H
+
+#include <string_view>
+
+namespace exprcurve::finders {
+
+// `op` at its leftmost place outside brackets; either side may be empty.
+bool splitAtOperator(char op, std::string_view s, std::string_view& left, std::string_view& right);
+
+// name(first,second): `second` runs to the closing bracket and may itself
+// hold commas.
+bool splitTwoArgumentCall(std::string_view name, std::string_view s, std::string_view& first,
+                          std::string_view& second);
+
+// name(first,second,third): `third` runs to the closing bracket and may
+// itself hold commas.
+bool splitThreeArgumentCall(std::string_view name, std::string_view s, std::string_view& first,
+                            std::string_view& second, std::string_view& third);
+
+// name( ... : `argument` is everything after the name, still beginning with
+// "("; nothing checks what follows.
+bool splitOneArgumentCall(std::string_view name, std::string_view s, std::string_view& argument);
+
+}  // namespace exprcurve::finders
+
+#endif  // EXPRCURVE_PRIVATE_OPERATOR_LOCATION_H

@@ -1,0 +1,156 @@
+// The finders that cut a text into an operator's operands or a call's
+// arguments. They never tokenise: each looks at the text as a whole.
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "brackets.h"
+#include "functionparserbase.h"
+#include "operator_location.h"
+
+namespace brackets = exprcurve::brackets;
+namespace finders = exprcurve::finders;
+
+namespace {
+
+constexpr std::size_t none = std::string_view::npos;
+
+bool startsWithName(std::string_view s, std::string_view name)
+{
+    return s.substr(0, name.size()) == name;
+}
+
+// The text between the brackets of name(...), when `s` is exactly such a
+// call with something other than one more bracket pair inside.
+bool findCallArguments(std::string_view name, std::string_view s, std::string_view& inner)
+{
+    if (!startsWithName(s, name))
+        return false;
+    const std::string_view rest = s.substr(name.size());
+    if (!brackets::isWhollyEnclosed(rest))
+        return false;
+    const std::string_view candidate = rest.substr(1, rest.size() - 2);
+    if (candidate.empty() || brackets::isWhollyEnclosed(candidate))
+        return false;
+    inner = candidate;
+    return true;
+}
+
+}  // namespace
+
+namespace exprcurve::finders {
+
+bool splitAtOperator(char op, std::string_view s, std::string_view& left, std::string_view& right)
+{
+    const std::size_t at = brackets::findOutsideBrackets(s, op);
+    if (at == none)
+        return false;
+    left = s.substr(0, at);
+    right = s.substr(at + 1);
+    return true;
+}
+
+bool splitTwoArgumentCall(std::string_view name, std::string_view s, std::string_view& first,
+                          std::string_view& second)
+{
+    std::string_view inner;
+    if (!findCallArguments(name, s, inner))
+        return false;
+    const std::size_t comma = brackets::findOutsideBrackets(inner, ',');
+    if (comma == none || comma == 0)
+        return false;
+    first = inner.substr(0, comma);
+    second = inner.substr(comma + 1);
+    return true;
+}
+
+bool splitThreeArgumentCall(std::string_view name, std::string_view s, std::string_view& first,
+                            std::string_view& second, std::string_view& third)
+{
+    std::string_view inner;
+    if (!findCallArguments(name, s, inner))
+        return false;
+    const std::size_t firstComma = brackets::findOutsideBrackets(inner, ',');
+    if (firstComma == none || firstComma == 0 || firstComma == inner.size() - 1)
+        return false;
+    const std::string_view afterFirst = inner.substr(firstComma + 1);
+    const std::size_t secondComma = brackets::findOutsideBrackets(afterFirst, ',');
+    if (secondComma == none)
+        return false;
+    first = inner.substr(0, firstComma);
+    second = afterFirst.substr(0, secondComma);
+    third = afterFirst.substr(secondComma + 1);
+    return true;
+}
+
+bool splitOneArgumentCall(std::string_view name, std::string_view s, std::string_view& argument)
+{
+    if (s.size() <= name.size() || !startsWithName(s, name) || s[name.size()] != '(')
+        return false;
+    argument = s.substr(name.size());
+    return true;
+}
+
+}  // namespace exprcurve::finders
+
+// The public finders copy the pieces out only after the whole search, so an
+// output string may even be the searched text itself.
+
+bool FunctionParserBase::findBinaryOperation(functionType type, const std::string& s,
+                                             std::string& left, std::string& right)
+{
+    if (s.empty())
+        return false;
+    std::string_view leftView;
+    std::string_view rightView;
+    if (!finders::splitAtOperator(tableInfo[type].opChar, s, leftView, rightView))
+        return false;
+    std::string leftText(leftView);
+    std::string rightText(rightView);
+    left = std::move(leftText);
+    right = std::move(rightText);
+    return true;
+}
+
+bool FunctionParserBase::findBinaryOperation(const std::string& name, const std::string& s,
+                                             std::string& first, std::string& second)
+{
+    std::string_view firstView;
+    std::string_view secondView;
+    if (!finders::splitTwoArgumentCall(name, s, firstView, secondView))
+        return false;
+    std::string firstText(firstView);
+    std::string secondText(secondView);
+    first = std::move(firstText);
+    second = std::move(secondText);
+    return true;
+}
+
+bool FunctionParserBase::findTernaryOperation(const std::string& name, const std::string& s,
+                                              std::string& first, std::string& second,
+                                              std::string& third)
+{
+    std::string_view firstView;
+    std::string_view secondView;
+    std::string_view thirdView;
+    if (!finders::splitThreeArgumentCall(name, s, firstView, secondView, thirdView))
+        return false;
+    std::string firstText(firstView);
+    std::string secondText(secondView);
+    std::string thirdText(thirdView);
+    first = std::move(firstText);
+    second = std::move(secondText);
+    third = std::move(thirdText);
+    return true;
+}
+
+bool FunctionParserBase::findUnaryOperation(const std::string& name, const std::string& s,
+                                            std::string& argument)
+{
+    std::string_view argumentView;
+    if (!finders::splitOneArgumentCall(name, s, argumentView))
+        return false;
+    std::string argumentText(argumentView);
+    argument = std::move(argumentText);
+    return true;
+}

@@ -1,0 +1,177 @@
+// Normalisation of expression text and the small text helpers.
+#include <cctype>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "brackets.h"
+#include "functionparserbase.h"
+
+namespace brackets = exprcurve::brackets;
+
+namespace {
+
+bool isAlnumByte(char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0; }
+bool isAlphaByte(char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; }
+bool isDigitByte(char c) { return std::isdigit(static_cast<unsigned char>(c)) != 0; }
+bool isSpaceByte(char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; }
+char lowerByte(char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); }
+
+// What firstParse remembers about the characters copied so far; it decides
+// where an implicit multiplication is written out.
+struct NormaliserState {
+    bool prevAlnum = false;     // a letter or digit since the last other character
+    bool hasAlpha = false;      // a letter since the last other character
+    bool inNumber = false;      // a digit since the last other character or inserted "*"
+    bool afterClose = false;    // the last other character was a closer
+    bool pendingSpace = false;  // white space skipped since the last copied character
+};
+
+void appendAlnum(char c, NormaliserState& state, std::string& out)
+{
+    if (state.pendingSpace && state.prevAlnum) {
+        out += '*';
+        state.inNumber = false;
+    } else if (state.inNumber && isAlphaByte(c)) {
+        out += '*';
+        state.inNumber = false;
+    } else if (state.afterClose) {
+        out += '*';
+    }
+    out += lowerByte(c);
+    state.prevAlnum = true;
+    if (isAlphaByte(c))
+        state.hasAlpha = true;
+    if (isDigitByte(c))
+        state.inNumber = true;
+    state.pendingSpace = false;
+    state.afterClose = false;
+}
+
+void appendOther(char c, NormaliserState& state, std::string& out)
+{
+    out += c;
+    state.afterClose = brackets::isCloser(c);
+    state.prevAlnum = false;
+    state.hasAlpha = false;
+    state.inNumber = false;
+    state.pendingSpace = false;
+}
+
+constexpr std::size_t none = std::string_view::npos;
+
+// For every opener, the position of the next opener of its kind that follows
+// at the same prefix balance of that kind (npos if there is none). The
+// enclosure test of the window s[k..n-1-k] fails exactly when such an opener
+// of s[k] lies inside the window.
+std::vector<std::size_t> nextOpenerAtSameBalance(std::string_view s)
+{
+    const std::size_t n = s.size();
+    const auto kindOf = [](char c) { return c == '(' || c == ')' ? 0 : 1; };
+    std::ptrdiff_t balance[2] = {0, 0};
+    for (const char c : s) {
+        if (brackets::isOpener(c))
+            ++balance[kindOf(c)];
+        else if (brackets::isCloser(c))
+            --balance[kindOf(c)];
+    }
+    // Balances before any position lie in [-n, n]; offset them by n.
+    const auto slot = [n](std::ptrdiff_t b) { return static_cast<std::size_t>(b + static_cast<std::ptrdiff_t>(n)); };
+    std::vector<std::size_t> nearestAtBalance[2] = {std::vector<std::size_t>(2 * n + 1, none),
+                                                    std::vector<std::size_t>(2 * n + 1, none)};
+    std::vector<std::size_t> next(n, none);
+    for (std::size_t p = n; p-- > 0;) {
+        const char c = s[p];
+        if (brackets::isOpener(c)) {
+            const int kind = kindOf(c);
+            --balance[kind];
+            std::size_t& nearest = nearestAtBalance[kind][slot(balance[kind])];
+            next[p] = nearest;
+            nearest = p;
+        } else if (brackets::isCloser(c)) {
+            ++balance[kindOf(c)];
+        }
+    }
+    return next;
+}
+
+bool pairMatchesAt(std::string_view s, std::size_t k)
+{
+    const std::size_t last = s.size() - 1 - k;
+    return k < last && brackets::isOpener(s[k])
+           && s[last] == brackets::closerOf(s[k]);
+}
+
+}  // namespace
+
+std::size_t exprcurve::brackets::countEnclosingPairs(std::string_view s)
+{
+    if (!isWhollyEnclosed(s))
+        return 0;
+    // Nearly every text stops after one pair; spare those the table.
+    if (!pairMatchesAt(s, 1))
+        return 1;
+    const std::vector<std::size_t> next = nextOpenerAtSameBalance(s);
+    std::size_t pairs = 1;
+    while (2 * pairs < s.size() && pairMatchesAt(s, pairs)) {
+        const std::size_t last = s.size() - 1 - pairs;
+        if (next[pairs] != none && next[pairs] <= last)
+            break;
+        ++pairs;
+    }
+    return pairs;
+}
+
+std::string FunctionParserBase::firstParse(const std::string& expression)
+{
+    std::string out;
+    out.reserve(expression.size());
+    NormaliserState state;
+    for (const char c : expression) {
+        if (brackets::isOpener(c) && ((state.inNumber && !state.hasAlpha) || state.afterClose))
+            out += '*';
+        if (isAlnumByte(c))
+            appendAlnum(c, state, out);
+        else if (isSpaceByte(c))
+            state.pendingSpace = true;
+        else
+            appendOther(c, state, out);
+    }
+    return out;
+}
+
+bool FunctionParserBase::startsWith(const std::string& s, const std::string& prefix)
+{
+    return s.size() >= prefix.size() && s.compare(0, prefix.size(), prefix) == 0;
+}
+
+bool FunctionParserBase::isAValidNumber(const std::string& s)
+{
+    for (const char c : s) {
+        if (!isDigitByte(c) && c != '-' && c != '.')
+            return false;
+    }
+    return true;
+}
+
+bool FunctionParserBase::hasFirstParentesis(const std::string& s)
+{
+    return brackets::isWhollyEnclosed(s);
+}
+
+std::string FunctionParserBase::removeFirstParentesis(const std::string& s, ParseMessage& message,
+                                                      int& count)
+{
+    const std::size_t pairs = brackets::countEnclosingPairs(s);
+    message.position += static_cast<int>(pairs);
+    count += static_cast<int>(pairs);
+    return s.substr(pairs, s.size() - 2 * pairs);
+}
+
+unsigned int FunctionParserBase::findFirstElement(char c, const std::string& s, unsigned int start)
+{
+    if (start >= s.size())
+        return 0;
+    const std::size_t found = brackets::findOutsideBrackets(std::string_view(s).substr(start), c);
+    return found == std::string_view::npos ? 0 : static_cast<unsigned int>(start + found);
+}

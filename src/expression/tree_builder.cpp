@@ -1,0 +1,318 @@
+// The tree builder: a recursive splitter over the normalised text.
+//
+// Each level strips its enclosing bracket pairs, then tries the operators
+// from the loosest to the tightest (each split at its leftmost occurrence, so
+// every operator groups to the right), then the call forms, and otherwise
+// reads the whole text as one operand. The message's position follows the
+// text character by character so that faults are reported where they are.
+//
+// The levels work on views of one text, so no level copies its substrings,
+// and the recursion is cut at FunctionParserBase::maxParseDepth: parsing,
+// evaluating and deleting a tree all recurse once per level, and a small
+// thread stack must survive every input text.
+#include <memory>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+#include "brackets.h"
+#include "functionfloatbase.h"
+#include "functionparserbase.h"
+#include "operator_location.h"
+#include "parservarmapper.h"
+
+namespace brackets = exprcurve::brackets;
+namespace finders = exprcurve::finders;
+
+#if defined(__GNUC__)
+#define EXPRCURVE_NOINLINE __attribute__((noinline))
+#else
+#define EXPRCURVE_NOINLINE
+#endif
+
+namespace {
+
+template <class Base, class Node>
+Base* create()
+{
+    return new Node;
+}
+
+struct BinaryOperatorForm {
+    functionType type;
+    FunctionFloatBinary* (*create)();
+};
+
+// Loosest first: the first operator found outside brackets splits the text.
+const BinaryOperatorForm binaryOperatorForms[] = {
+    {FT_OR, create<FunctionFloatBinary, FunctionFloatOr>},
+    {FT_AND, create<FunctionFloatBinary, FunctionFloatAnd>},
+    {FT_EQL, create<FunctionFloatBinary, FunctionFloatEql>},
+    {FT_GRT, create<FunctionFloatBinary, FunctionFloatGrt>},
+    {FT_LSS, create<FunctionFloatBinary, FunctionFloatLss>},
+    {FT_ADD, create<FunctionFloatBinary, FunctionFloatAdd>},
+    {FT_SUB, create<FunctionFloatBinary, FunctionFloatSub>},
+    {FT_MUL, create<FunctionFloatBinary, FunctionFloatMul>},
+    {FT_DIV, create<FunctionFloatBinary, FunctionFloatDiv>},
+    {FT_POW, create<FunctionFloatBinary, FunctionFloatPow>},
+};
+
+struct TwoArgumentForm {
+    std::string_view name;
+    FunctionFloatBinary* (*create)();
+};
+
+const TwoArgumentForm twoArgumentForms[] = {
+    {"max", create<FunctionFloatBinary, FunctionFloatMax>},
+    {"min", create<FunctionFloatBinary, FunctionFloatMin>},
+};
+
+struct OneArgumentForm {
+    std::string_view name;
+    FunctionFloatUnary* (*create)();  // null for "rnd", which builds the random node
+};
+
+// Longer names come before their prefixes ("log10" before "log", "cosh"
+// before "cos"), since a call form only needs the name and "(" to match.
+const OneArgumentForm oneArgumentForms[] = {
+    {"exp", create<FunctionFloatUnary, FunctionFloatExp>},
+    {"log10", create<FunctionFloatUnary, FunctionFloatL10>},
+    {"log", create<FunctionFloatUnary, FunctionFloatLog>},
+    {"rnd", nullptr},
+    {"abs", create<FunctionFloatUnary, FunctionFloatAbs>},
+    {"sqrt", create<FunctionFloatUnary, FunctionFloatSqrt>},
+    {"acos", create<FunctionFloatUnary, FunctionFloatACos>},
+    {"asin", create<FunctionFloatUnary, FunctionFloatASin>},
+    {"atan", create<FunctionFloatUnary, FunctionFloatATan>},
+    {"cosh", create<FunctionFloatUnary, FunctionFloatCosH>},
+    {"sinh", create<FunctionFloatUnary, FunctionFloatSinH>},
+    {"tanh", create<FunctionFloatUnary, FunctionFloatTanH>},
+    {"cos", create<FunctionFloatUnary, FunctionFloatCos>},
+    {"sin", create<FunctionFloatUnary, FunctionFloatSin>},
+    {"tan", create<FunctionFloatUnary, FunctionFloatTan>},
+    {"ceil", create<FunctionFloatUnary, FunctionFloatCeil>},
+    {"floor", create<FunctionFloatUnary, FunctionFloatFloor>},
+    {"j0", create<FunctionFloatUnary, FunctionFloatJ0>},
+    {"j1", create<FunctionFloatUnary, FunctionFloatJ1>},
+    {"not", create<FunctionFloatUnary, FunctionFloatNeg>},
+};
+
+constexpr std::string_view ifName = "if";
+
+// The random node reads its position from the time key.
+constexpr std::string_view timeKeyText = "t";
+
+int length(std::string_view s) { return static_cast<int>(s.size()); }
+
+// The leaf for a key of one of the four kinds; null for any other kind code.
+FunctionFloatBase* createVariableLeaf(const FunctionParserBase::keyStruct& key)
+{
+    switch (key.type) {
+    case KEY_BOOL:
+        return new FunctionFloatVariableBool(static_cast<const bool*>(key.ptr));
+    case KEY_INT:
+        return new FunctionFloatVariableInt(static_cast<const int*>(key.ptr));
+    case KEY_FLOAT:
+        return new FunctionFloatVariableFloat(static_cast<const float*>(key.ptr));
+    case KEY_DOUBLE:
+        return new FunctionFloatVariableDouble(static_cast<const double*>(key.ptr));
+    default:
+        return nullptr;
+    }
+}
+
+// Formatted stream input: reading stops at the first character that cannot
+// continue a number ('1.5.2' reads 1.5); 0 when nothing can be read.
+double readNumber(const std::string& text)
+{
+    std::istringstream in(text);
+    double value = 0.0;
+    in >> value;
+    return value;
+}
+
+class TreeBuilder {
+public:
+    TreeBuilder(FunctionParserBase& parser, ParseMessage& message) : parser(parser), message(message) {}
+
+    FunctionFloatBase* build(std::string_view s);
+
+private:
+    FunctionFloatBase* buildOperator(std::string_view t);
+    FunctionFloatBase* buildCall(std::string_view t);
+    FunctionFloatBase* buildRandom(std::string_view argument);
+    EXPRCURVE_NOINLINE FunctionFloatBase* buildOperand(std::string_view t);
+    EXPRCURVE_NOINLINE FunctionFloatBase* cutOff(std::string_view s);
+
+    FunctionFloatBase* mappedVariable(const std::string& name);
+    FunctionFloatBase* keyVariable(const std::string& name);
+    FunctionFloatBase* numberOrFault(const std::string& name);
+    void recordFault(int position, int faultLength, int code);
+
+    FunctionParserBase& parser;
+    ParseMessage& message;
+    int depth = 0;  // levels entered and not yet finished
+};
+
+FunctionFloatBase* TreeBuilder::build(std::string_view s)
+{
+    if (depth >= FunctionParserBase::maxParseDepth)
+        return cutOff(s);
+    ++depth;
+    const std::size_t pairs = brackets::countEnclosingPairs(s);
+    message.position += static_cast<int>(pairs);
+    const std::string_view t = s.substr(pairs, s.size() - 2 * pairs);
+    FunctionFloatBase* node = buildOperator(t);
+    if (!node)
+        node = buildCall(t);
+    if (!node)
+        node = buildOperand(t);
+    message.position += static_cast<int>(pairs);
+    --depth;
+    return node;
+}
+
+FunctionFloatBase* TreeBuilder::buildOperator(std::string_view t)
+{
+    for (const BinaryOperatorForm& form : binaryOperatorForms) {
+        std::string_view left;
+        std::string_view right;
+        if (!finders::splitAtOperator(tableInfo[form.type].opChar, t, left, right))
+            continue;
+        std::unique_ptr<FunctionFloatBinary> node(form.create());
+        node->arg1 = build(left);
+        message.position += 1;  // the operator
+        node->arg2 = build(right);
+        return node.release();
+    }
+    return nullptr;
+}
+
+FunctionFloatBase* TreeBuilder::buildCall(std::string_view t)
+{
+    std::string_view first;
+    std::string_view second;
+    std::string_view third;
+    if (finders::splitThreeArgumentCall(ifName, t, first, second, third)) {
+        message.position += length(ifName) + 1;  // name and "("
+        std::unique_ptr<FunctionFloatTernary> node(new FunctionFloatIf);
+        node->arg1 = build(first);
+        message.position += 1;  // ","
+        node->arg2 = build(second);
+        message.position += 1;  // ","
+        node->arg3 = build(third);
+        message.position += 1;  // ")"
+        return node.release();
+    }
+    for (const TwoArgumentForm& form : twoArgumentForms) {
+        if (!finders::splitTwoArgumentCall(form.name, t, first, second))
+            continue;
+        message.position += length(form.name) + 1;  // name and "("
+        std::unique_ptr<FunctionFloatBinary> node(form.create());
+        node->arg1 = build(first);
+        message.position += 1;  // ","
+        node->arg2 = build(second);
+        message.position += 1;  // ")"
+        return node.release();
+    }
+    for (const OneArgumentForm& form : oneArgumentForms) {
+        if (!finders::splitOneArgumentCall(form.name, t, first))
+            continue;
+        // The argument keeps its brackets; they are counted when it is parsed.
+        message.position += length(form.name);
+        if (!form.create)
+            return buildRandom(first);
+        std::unique_ptr<FunctionFloatUnary> node(form.create());
+        node->arg = build(first);
+        return node.release();
+    }
+    return nullptr;
+}
+
+FunctionFloatBase* TreeBuilder::buildRandom(std::string_view argument)
+{
+    std::unique_ptr<FunctionFloatBinary> node(new FunctionFloatRnd);
+    node->arg1 = build(argument);
+    node->arg2 = build(timeKeyText);
+    return node.release();
+}
+
+FunctionFloatBase* TreeBuilder::buildOperand(std::string_view t)
+{
+    message.atStart = false;
+    const std::string name(t);
+    FunctionFloatBase* node = mappedVariable(name);
+    if (!node)
+        node = keyVariable(name);
+    if (!node)
+        node = numberOrFault(name);
+    message.position += length(t);
+    return node;
+}
+
+FunctionFloatBase* TreeBuilder::mappedVariable(const std::string& name)
+{
+    return parser.varMapper ? parser.varMapper->mapVariable(name) : nullptr;
+}
+
+FunctionFloatBase* TreeBuilder::keyVariable(const std::string& name)
+{
+    const auto found = parser.keyMap.find(name);
+    if (found == parser.keyMap.end())
+        return nullptr;
+    FunctionFloatBase* leaf = createVariableLeaf(found->second);
+    if (leaf)
+        leaf->text = found->second.name;
+    return leaf;
+}
+
+FunctionFloatBase* TreeBuilder::numberOrFault(const std::string& name)
+{
+    const double value = readNumber(name);
+    if (parser.isAValidNumber(name))
+        return new FunctionFloatConstant(value);
+    // A stray bracket is reported on its own character; anything else over
+    // the whole operand. The empty text is a valid number, so `name` has a
+    // first and a last character here.
+    if (brackets::isBracket(name.front()))
+        recordFault(message.position, 1, PARSE_BAD_BRACKET);
+    else if (brackets::isBracket(name.back()))
+        recordFault(message.position + length(name) - 1, 1, PARSE_BAD_BRACKET);
+    else
+        recordFault(message.position, length(name), PARSE_BAD_OPERAND);
+    return new FunctionFloatConstant(value);
+}
+
+FunctionFloatBase* TreeBuilder::cutOff(std::string_view s)
+{
+    message.atStart = false;
+    recordFault(message.position, length(s), PARSE_BAD_OPERAND);
+    message.position += length(s);
+    return new FunctionFloatConstant(0.0);
+}
+
+void TreeBuilder::recordFault(int position, int faultLength, int code)
+{
+    message.errors.emplace_back(position, faultLength);
+    message.errorCode = code;
+}
+
+}  // namespace
+
+FunctionFloatBase* FunctionParserBase::parse(const std::string& s, ParseMessage& message)
+{
+    return TreeBuilder(*this, message).build(s);
+}
+
+FunctionFloatBase* FunctionParserBase::parseString(const std::string& expression,
+                                                   ParseMessage& message, bool /*flag*/)
+{
+    message.atStart = true;
+    message.errorCode = PARSE_OK;
+    message.position = 0;
+    message.errors.clear();
+    message.text = firstParse(expression);
+    FunctionFloatBase* root = parse(message.text, message);
+    root->text = message.text;
+    return root;
+}
