@@ -154,8 +154,12 @@ void drawLegend(std::ostringstream& svg, const PlotData& data)
     const double x = left + 12;
     double y = top + 12;
     const double lineCount = 3.0 + static_cast<double>(data.notes.size());
+    std::size_t longest = std::max<std::size_t>(data.title.size(), 34);
+    for (const std::string& note : data.notes)
+        longest = std::max(longest, note.size());
+    const double boxWidth = 7.0 * static_cast<double>(longest) + 12.0;
     svg << "<g class=\"legend\" font-family=\"sans-serif\" font-size=\"12\" fill=\"#222\">\n";
-    svg << "<rect x=\"" << x - 6 << "\" y=\"" << y - 6 << "\" width=\"300\" height=\"" << lineCount * 16 + 8
+    svg << "<rect x=\"" << x - 6 << "\" y=\"" << y - 6 << "\" width=\"" << boxWidth << "\" height=\"" << lineCount * 16 + 8
         << "\" fill=\"#fff\" fill-opacity=\"0.85\" stroke=\"#bbb\"/>\n";
     svg << "<text x=\"" << x << "\" y=\"" << y + 10 << "\" font-weight=\"bold\">" << escapeXml(data.title) << "</text>\n";
     for (const std::string& note : data.notes) {
