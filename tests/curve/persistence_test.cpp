@@ -59,7 +59,8 @@ public:
     ScratchFile() : file(std::tmpfile()) {}
     explicit ScratchFile(const Bytes& bytes) : ScratchFile()
     {
-        std::fwrite(bytes.data(), 1, bytes.size(), file);
+        if (!bytes.empty())
+            std::fwrite(bytes.data(), 1, bytes.size(), file);
         std::rewind(file);
     }
     ~ScratchFile() { std::fclose(file); }

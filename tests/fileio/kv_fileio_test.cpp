@@ -40,7 +40,8 @@ public:
     // Replaces the contents with `bytes` and rewinds.
     static void fill(FILE* file, const Bytes& bytes)
     {
-        std::fwrite(bytes.data(), 1, bytes.size(), file);
+        if (!bytes.empty())
+            std::fwrite(bytes.data(), 1, bytes.size(), file);
         std::rewind(file);
     }
 
