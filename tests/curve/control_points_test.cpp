@@ -51,15 +51,15 @@ std::vector<double> randomTimes(std::mt19937& random, bool withNaN)
 {
     std::uniform_int_distribution<int> length(0, 40);
     std::uniform_int_distribution<int> move(0, 9);
-    const std::vector<double> specials = {nan, -0.0, 0.0, std::numeric_limits<double>::infinity(),
-                                          -std::numeric_limits<double>::infinity()};
-    std::uniform_int_distribution<std::size_t> special(0, specials.size() - 1);
+    constexpr double inf = std::numeric_limits<double>::infinity();
+    const std::vector<double> unusualTimes = {nan, -0.0, 0.0, inf, -inf};
+    std::uniform_int_distribution<std::size_t> unusual(0, unusualTimes.size() - 1);
     std::vector<double> times;
     double time = 0.0;
     for (int n = length(random); n > 0; --n) {
         const int step = move(random);
         if (step == 9) {
-            const double value = specials[special(random)];
+            const double value = unusualTimes[unusual(random)];
             if (withNaN || !std::isnan(value))
                 times.push_back(value);
             continue;

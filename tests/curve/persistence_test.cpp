@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -289,7 +290,8 @@ TEST(CurveTextLoad, IntoAnExistingCurveKeepsDefaultValueAndCurveFlag)
 
 TEST(CurveLoad, FlagItemLoadsTrueOnlyWhenItIsOne)
 {
-    const std::vector<std::pair<int, bool>> cases = {{1, true}, {2, false}, {0, false}, {-1, false}};
+    const std::vector<std::pair<int, bool>> cases = {
+        {1, true}, {2, false}, {0, false}, {-1, false}};
     for (const auto& c : cases) {
         const auto text = loadText(exampleText(std::to_string(c.first)));
         ASSERT_EQ(text->controlPoints.size(), 1u);
@@ -443,9 +445,11 @@ TEST(CurveBinaryLoad, StopsAtTheFirstFailedReadKeepingCompletedPoints)
         makeNonDefault(curve);
         curve.load(file.get(), 3027);
 
-        const std::size_t completed = cut < 4 ? 0 : std::min<std::size_t>(3, (cut - 4) / recordBytes);
+        const std::size_t completed =
+            cut < 4 ? 0 : std::min<std::size_t>(3, (cut - 4) / recordBytes);
         const std::vector<double> allTimes = {0, 1, 2};
-        EXPECT_EQ(timesOf(curve), std::vector<double>(allTimes.begin(), allTimes.begin() + completed));
+        EXPECT_EQ(timesOf(curve),
+                  std::vector<double>(allTimes.begin(), allTimes.begin() + completed));
         EXPECT_EQ(curve.preExtrapolation, cut >= modesAt + 4 ? 3 : kv_spline::EXTRAPOLATE_CYCLE);
         EXPECT_EQ(curve.postExtrapolation, cut >= modesAt + 8 ? 4 : kv_spline::EXTRAPOLATE_ZERO);
         EXPECT_TRUE(curve.curveFlag);  // the stored flag and the one kept are both true
@@ -536,7 +540,8 @@ TEST(CurveTextLoad, StopsAtTheFirstFailedReadKeepingCompletedPoints)
 
         const std::size_t completed = kept < 3 ? 0 : (kept - 3) / 11;
         const std::vector<double> allTimes = {0, 1};
-        EXPECT_EQ(timesOf(curve), std::vector<double>(allTimes.begin(), allTimes.begin() + completed));
+        EXPECT_EQ(timesOf(curve),
+                  std::vector<double>(allTimes.begin(), allTimes.begin() + completed));
         EXPECT_EQ(curve.preExtrapolation, kept >= 2 ? 3 : kv_spline::EXTRAPOLATE_CYCLE);
         EXPECT_EQ(curve.postExtrapolation, kept >= 3 ? 4 : kv_spline::EXTRAPOLATE_ZERO);
         EXPECT_TRUE(curve.modified);
