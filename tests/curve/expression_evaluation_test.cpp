@@ -1,0 +1,246 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "functionfloatbase.h"
+#include "functionparserbase.h"
+#include "splinebase.h"
+
+namespace {
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double probe = 0.0010000000474974513;  // 0.001f widened
+
+// Returns the "t" variable and remembers every value it was evaluated with.
+class RecordingTime : public FunctionFloatBase {
+public:
+    explicit RecordingTime(const double* time) : time(time) {}
+    double operator()() const override
+    {
+        seen.push_back(*time);
+        return *time;
+    }
+    const double* time;
+    mutable std::vector<double> seen;
+};
+
+// Binds "t" and "f" of the process-wide parser to its own doubles for the
+// duration of a test; the curve is (0, 0) and (2, 4), the second LINEAR.
+class ExpressionCurve : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        bind("t", KEY_DOUBLE, &time);
+        bind("f", KEY_DOUBLE, &scaled);
+        curve.addPoint(0.0, 0.0);
+        curve.addPoint(2.0, 4.0);
+        curve.setType(curve.controlPoints[1], kv_spline::LINEAR);
+    }
+    void TearDown() override
+    {
+        parser().removeKey("t");
+        parser().removeKey("f");
+    }
+    static FunctionParserBase& parser() { return FunctionParserBase::instance(); }
+    static void bind(const std::string& name, int kind, void* variable)
+    {
+        parser().removeKey(name);
+        ASSERT_TRUE(parser().insertKey(FunctionParserBase::keyStruct{name, kind, variable}));
+    }
+
+    double time = 1.0;
+    double scaled = -7.0;
+    FunctionFloatVariableDouble timeLeaf{&time};
+    FunctionFloatConstant zero{0.0};
+    SplineBase curve;
+};
+
+TEST_F(ExpressionCurve, EmptyCurveGivesDefaultValueAndTouchesNothing)
+{
+    SplineBase empty;
+    empty.defaultValue = 1.5;
+    EXPECT_EQ(empty(3.0, nullptr, 25.0), 1.5);
+    EXPECT_EQ(time, 1.0);
+    EXPECT_EQ(scaled, -7.0);
+}
+
+TEST_F(ExpressionCurve, PathsAndWhatTheKeysHoldAfterwards)
+{
+    const struct {
+        int pre, post;
+        double t, result, timeAfter, scaledAfter;
+    } cases[] = {
+        {1, 1, 1.0, 3.0, 1.0, -7.0},   // inside: keys as the caller left them
+        {1, 1, 3.0, 6.0, 2.0, 50.0},   // hold
+        {1, 2, 3.0, 3.0, 1.0, 25.0},   // cycle
+        {1, 3, 3.0, 9.0, 2.0, 50.0},   // cycle with offset
+        {1, 8, 3.0, 9.0, 2.0, 50.0},   // unknown: as cycle with offset
+        {1, 0, 3.0, 0.0, 1.0, -7.0},   // zero
+        {0, 1, -1.0, 0.0, 1.0, -7.0},  // zero before
+        {1, 1, -1.0, 0.0, 0.0, 0.0},
+        {6, 1, 0.0, 0.0, 0.0, 0.0},  // the first point's own time is before
+        {1, 1, nan, 0.0, 0.0, 0.0},
+    };
+    for (const auto& c : cases) {
+        time = 1.0;
+        scaled = -7.0;
+        curve.preExtrapolation = c.pre;
+        curve.postExtrapolation = c.post;
+        EXPECT_EQ(curve(c.t, &timeLeaf, 25.0), c.result) << c.pre << " " << c.post << " " << c.t;
+        EXPECT_EQ(time, c.timeAfter) << c.pre << " " << c.post << " " << c.t;
+        EXPECT_EQ(scaled, c.scaledAfter) << c.pre << " " << c.post << " " << c.t;
+    }
+
+    SplineBase single;
+    single.addPoint(1.0, 5.0);
+    single.postExtrapolation = kv_spline::EXTRAPOLATE_CYCLE;
+    EXPECT_EQ(single(3.0, &timeLeaf, 25.0), 1.0 + 5.0);
+}
+
+TEST_F(ExpressionCurve, LinearPathMeasuresTheExpressionSlopeBackwards)
+{
+    curve.postExtrapolation = kv_spline::EXTRAPOLATE_LINEAR;
+    const double before = 2.0 + -probe;
+    const double expected = ((3.0 - 2.0) * (2.0 + (2.0 - before) / probe)) + 4.0 + 2.0;
+    EXPECT_EQ(curve(3.0, &timeLeaf, 25.0), expected);
+    EXPECT_NEAR(expected, 9.0, 1e-9);
+    EXPECT_EQ(time, before);
+    EXPECT_EQ(scaled, before * 25.0);
+}
+
+TEST_F(ExpressionCurve, ExpressionSeesTheTimesInOrder)
+{
+    const struct {
+        int post;
+        double t;
+        std::vector<double> seen;
+    } cases[] = {
+        {1, 1.5, {1.0}},  // inside: as left by the caller
+        {2, 3.0, {1.0}},
+        {3, 3.0, {1.0, 0.0, 2.0}},
+        {4, 3.0, {2.0, 2.0 + -probe}},
+    };
+    for (const auto& c : cases) {
+        time = 1.0;
+        RecordingTime recorder(&time);
+        curve.postExtrapolation = c.post;
+        curve(c.t, &recorder, 25.0);
+        EXPECT_EQ(recorder.seen, c.seen) << c.post;
+    }
+}
+
+// Each kind stores the written time its own way, for "t" and "f" alike.
+TEST_F(ExpressionCurve, TimeIsStoredInTheKindOfTheKey)
+{
+    for (const char* name : {"t", "f"}) {
+        for (double x : {0.0, 2.5, -0.5, nan}) {
+            bool flag = x == 0.0;
+            bind(name, KEY_BOOL, &flag);
+            SplineBase at;  // writes x through the before-the-curve path
+            at.addPoint(x, 0.0);
+            at(x, &zero, 1.0);
+            EXPECT_EQ(flag, x != 0.0) << name << " " << x;
+        }
+        const struct {
+            double x;
+            int stored;
+        } ints[] = {{2.7, 2},
+                    {-2.7, -2},
+                    {nan, 0},
+                    {1e300, std::numeric_limits<int>::max()},
+                    {-1e300, std::numeric_limits<int>::min()}};
+        for (const auto& c : ints) {
+            int whole = 99;
+            bind(name, KEY_INT, &whole);
+            SplineBase at;
+            at.addPoint(c.x, 0.0);
+            at(c.x, &zero, 1.0);
+            EXPECT_EQ(whole, c.stored) << name << " " << c.x;
+        }
+        float single = 0.0f;
+        bind(name, KEY_FLOAT, &single);
+        SplineBase at;
+        at.addPoint(0.1, 0.0);
+        at(0.1, &zero, 1.0);
+        EXPECT_EQ(single, 0.1f) << name;
+
+        double unknownKind = 4.0;
+        bind(name, 9, &unknownKind);
+        at(0.1, &zero, 1.0);
+        EXPECT_EQ(unknownKind, 4.0) << name;
+
+        bind("t", KEY_DOUBLE, &time);
+        bind("f", KEY_DOUBLE, &scaled);
+    }
+}
+
+TEST_F(ExpressionCurve, LinearPathStepsTheTimeBackInItsOwnKind)
+{
+    double wide = 0.0;
+    float single = 0.0f;
+    int whole = 0;
+    bool flag = false;
+    const struct {
+        int kind;
+        void* variable;
+        double lastTime, readBack;
+    } cases[] = {
+        {KEY_DOUBLE, &wide, 2.0, 2.0 + -probe},
+        {KEY_FLOAT, &single, 2.0, static_cast<double>(2.0f + -0.001f)},
+        {KEY_INT, &whole, 2.0, 1.0},
+        {KEY_INT, &whole, 0.0, 0.0},
+        {KEY_INT, &whole, -3.0, -3.0},
+        {KEY_BOOL, &flag, 0.0, 1.0},
+        {9, &wide, 2.0, 0.0},  // unknown kind: untouched, reads back 0.0
+    };
+    for (const auto& c : cases) {
+        wide = 5.0;
+        bind("t", c.kind, c.variable);
+        SplineBase line;
+        line.addPoint(c.lastTime - 2.0, 0.0);
+        line.addPoint(c.lastTime, 4.0);
+        line.postExtrapolation = kv_spline::EXTRAPOLATE_LINEAR;
+        line(c.lastTime + 1.0, &zero, 25.0);
+        EXPECT_EQ(scaled, c.readBack * 25.0) << c.kind << " " << c.lastTime;
+    }
+    EXPECT_EQ(wide, 5.0);
+    EXPECT_EQ(single, 2.0f + -0.001f);
+    EXPECT_TRUE(flag);
+
+    // An int "t" drops from 2 to 1: the expression's slope is 1 / probe.
+    whole = 0;
+    bind("t", KEY_INT, &whole);
+    FunctionFloatVariableInt wholeLeaf(&whole);
+    curve.postExtrapolation = kv_spline::EXTRAPOLATE_LINEAR;
+    const double curveSlope = 2.0;
+    EXPECT_EQ(curve(3.0, &wholeLeaf, 25.0),
+              ((3.0 - 2.0) * (curveSlope + (2.0 - 1.0) / probe)) + 4.0 + 2.0);
+    EXPECT_EQ(whole, 1);
+}
+
+TEST_F(ExpressionCurve, MissingKeysAreSkipped)
+{
+    FunctionFloatVariableDouble scaledLeaf(&scaled);
+    parser().removeKey("t");
+    curve.postExtrapolation = kv_spline::EXTRAPOLATE_LINEAR;
+    // "f" sees L.t first, then the missing "t" read back as 0.0.
+    EXPECT_EQ(curve(3.0, &scaledLeaf, 25.0), ((3.0 - 2.0) * (2.0 + (50.0 - 0.0) / probe)) + 4.0 + 50.0);
+    EXPECT_EQ(scaled, 0.0);
+    EXPECT_EQ(time, 1.0);
+
+    bind("t", KEY_DOUBLE, &time);
+    parser().removeKey("f");
+    curve.postExtrapolation = kv_spline::EXTRAPOLATE_CYCLE_OFFSET;
+    EXPECT_EQ(curve(3.0, &timeLeaf, 25.0), 9.0);
+    EXPECT_EQ(time, 2.0);
+    EXPECT_EQ(scaled, 0.0);
+
+    parser().removeKey("t");
+    EXPECT_EQ(curve(-1.0, &zero, 25.0), 0.0);
+    EXPECT_EQ(curve(5.0, &zero, 25.0), (4.0 - 0.0) * 2.0 + 2.0);
+}
+
+}  // namespace
