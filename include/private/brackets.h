@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <string_view>
+#include <vector>
 
 namespace exprcurve::brackets {
 
@@ -27,49 +28,68 @@ inline std::size_t findOutsideBrackets(std::string_view s, char c)
     // faster than the depth walk.
     if (s.find(c) == std::string_view::npos)
         return std::string_view::npos;
+    // Plain pointer walk: the builder runs this once per level over long
+    // texts, and it must stay quick in unoptimised builds too.
+    const char* const begin = s.data();
+    const char* const end = begin + s.size();
     std::ptrdiff_t depth = 0;
-    for (std::size_t i = 0; i < s.size(); ++i) {
-        const char ch = s[i];
-        if (isOpener(ch))
+    for (const char* p = begin; p != end; ++p) {
+        switch (*p) {
+        case '(':
+        case '{':
             ++depth;
-        else if (isCloser(ch))
+            break;
+        case ')':
+        case '}':
             --depth;
-        if (ch == c && depth == 0)
-            return i;
+            break;
+        default:
+            break;
+        }
+        if (*p == c && depth == 0)
+            return static_cast<std::size_t>(p - begin);
     }
     return std::string_view::npos;
 }
 
-// True when `s` is one bracket pair around the rest: it starts with an
-// opener, ends with that opener's closer, and no opener of the same kind
-// appears (after the first character) where only the first pair is open.
-// Only the opener's own kind counts, and a depth that drops below zero does
-// not fail the test: '(a))' is enclosed.
-inline bool isWhollyEnclosed(std::string_view s)
-{
-    if (s.empty() || !isOpener(s.front()))
-        return false;
-    const char opener = s.front();
-    const char closer = closerOf(opener);
-    if (s.back() != closer)
-        return false;
-    std::ptrdiff_t depth = 1;
-    for (std::size_t i = 1; i < s.size(); ++i) {
-        if (s[i] == opener) {
-            if (depth == 0)
-                return false;
-            ++depth;
-        } else if (s[i] == closer) {
-            --depth;
-        }
-    }
-    return true;
-}
+// The enclosure test, for any window of one text.
+//
+// A window is wholly enclosed when it starts with an opener, ends with that
+// opener's closer, and, scanning from its second character with a depth of 1
+// in which only the opener's own kind counts, no opener is met at depth 0 (a
+// depth below zero does not fail it: '(a))' is enclosed).
+//
+// The depth before position p is the difference of the kind's prefix balance
+// (openers minus closers before p) at p and at the window's start, so the
+// test fails exactly when the next opener of that kind with the same prefix
+// balance lies inside the window. That position is tabled once per text, so
+// each test costs O(1) after O(n) set-up and stripping nested pairs off a
+// deep text stays linear. The table is built on the first test that gets past
+// the first and last characters.
+class EnclosureIndex {
+public:
+    explicit EnclosureIndex(std::string_view text) : text(text) {}
 
-// How many times the enclosure test passes when the outer pair is stripped
-// after each pass: the answer of the repeated test, found in linear time so
-// that deeply nested texts cost O(n) rather than O(n^2).
-std::size_t countEnclosingPairs(std::string_view s);
+    bool contains(std::string_view window) const;
+
+    // `window` must lie within the indexed text.
+    bool encloses(std::string_view window) const;
+
+    // How many times the test passes on `window` when its outer pair is
+    // stripped after each pass.
+    std::size_t countEnclosingPairs(std::string_view window) const;
+
+private:
+    bool enclosesRange(std::size_t begin, std::size_t last) const;
+    std::size_t offsetOf(std::string_view window) const;
+
+    std::string_view text;
+    mutable std::vector<std::size_t> nextOpenerAtSameBalance;
+};
+
+inline bool isWhollyEnclosed(std::string_view s) { return EnclosureIndex(s).encloses(s); }
+
+inline std::size_t countEnclosingPairs(std::string_view s) { return EnclosureIndex(s).countEnclosingPairs(s); }
 
 }  // namespace exprcurve::brackets
 

@@ -4,11 +4,14 @@
 // wrap these and copy the pieces out.
 //
 // Every finder returns false when the text is not of its form and then leaves
-// its outputs untouched; on success the outputs are views into `s`.
+// its outputs untouched; on success the outputs are views into `s`. The call
+// forms test enclosure through an index of a text that holds `s`.
 #ifndef EXPRCURVE_PRIVATE_OPERATOR_LOCATION_H
 #define EXPRCURVE_PRIVATE_OPERATOR_LOCATION_H
 
 #include <string_view>
+
+#include "brackets.h"
 
 namespace exprcurve::finders {
 
@@ -17,13 +20,14 @@ bool splitAtOperator(char op, std::string_view s, std::string_view& left, std::s
 
 // name(first,second): `second` runs to the closing bracket and may itself
 // hold commas.
-bool splitTwoArgumentCall(std::string_view name, std::string_view s, std::string_view& first,
-                          std::string_view& second);
+bool splitTwoArgumentCall(const brackets::EnclosureIndex& enclosure, std::string_view name,
+                          std::string_view s, std::string_view& first, std::string_view& second);
 
 // name(first,second,third): `third` runs to the closing bracket and may
 // itself hold commas.
-bool splitThreeArgumentCall(std::string_view name, std::string_view s, std::string_view& first,
-                            std::string_view& second, std::string_view& third);
+bool splitThreeArgumentCall(const brackets::EnclosureIndex& enclosure, std::string_view name,
+                            std::string_view s, std::string_view& first, std::string_view& second,
+                            std::string_view& third);
 
 // name( ... : `argument` is everything after the name, still beginning with
 // "("; nothing checks what follows.

@@ -22,15 +22,16 @@ bool startsWithName(std::string_view s, std::string_view name)
 
 // The text between the brackets of name(...), when `s` is exactly such a
 // call with something other than one more bracket pair inside.
-bool findCallArguments(std::string_view name, std::string_view s, std::string_view& inner)
+bool findCallArguments(const brackets::EnclosureIndex& enclosure, std::string_view name,
+                       std::string_view s, std::string_view& inner)
 {
     if (!startsWithName(s, name))
         return false;
     const std::string_view rest = s.substr(name.size());
-    if (!brackets::isWhollyEnclosed(rest))
+    if (!enclosure.encloses(rest))
         return false;
     const std::string_view candidate = rest.substr(1, rest.size() - 2);
-    if (candidate.empty() || brackets::isWhollyEnclosed(candidate))
+    if (candidate.empty() || enclosure.encloses(candidate))
         return false;
     inner = candidate;
     return true;
@@ -50,11 +51,11 @@ bool splitAtOperator(char op, std::string_view s, std::string_view& left, std::s
     return true;
 }
 
-bool splitTwoArgumentCall(std::string_view name, std::string_view s, std::string_view& first,
-                          std::string_view& second)
+bool splitTwoArgumentCall(const brackets::EnclosureIndex& enclosure, std::string_view name,
+                          std::string_view s, std::string_view& first, std::string_view& second)
 {
     std::string_view inner;
-    if (!findCallArguments(name, s, inner))
+    if (!findCallArguments(enclosure, name, s, inner))
         return false;
     const std::size_t comma = brackets::findOutsideBrackets(inner, ',');
     if (comma == none || comma == 0)
@@ -64,11 +65,12 @@ bool splitTwoArgumentCall(std::string_view name, std::string_view s, std::string
     return true;
 }
 
-bool splitThreeArgumentCall(std::string_view name, std::string_view s, std::string_view& first,
-                            std::string_view& second, std::string_view& third)
+bool splitThreeArgumentCall(const brackets::EnclosureIndex& enclosure, std::string_view name,
+                            std::string_view s, std::string_view& first, std::string_view& second,
+                            std::string_view& third)
 {
     std::string_view inner;
-    if (!findCallArguments(name, s, inner))
+    if (!findCallArguments(enclosure, name, s, inner))
         return false;
     const std::size_t firstComma = brackets::findOutsideBrackets(inner, ',');
     if (firstComma == none || firstComma == 0 || firstComma == inner.size() - 1)
@@ -117,7 +119,7 @@ bool FunctionParserBase::findBinaryOperation(const std::string& name, const std:
 {
     std::string_view firstView;
     std::string_view secondView;
-    if (!finders::splitTwoArgumentCall(name, s, firstView, secondView))
+    if (!finders::splitTwoArgumentCall(brackets::EnclosureIndex(s), name, s, firstView, secondView))
         return false;
     std::string firstText(firstView);
     std::string secondText(secondView);
@@ -133,7 +135,8 @@ bool FunctionParserBase::findTernaryOperation(const std::string& name, const std
     std::string_view firstView;
     std::string_view secondView;
     std::string_view thirdView;
-    if (!finders::splitThreeArgumentCall(name, s, firstView, secondView, thirdView))
+    if (!finders::splitThreeArgumentCall(brackets::EnclosureIndex(s), name, s, firstView, secondView,
+                                          thirdView))
         return false;
     std::string firstText(firstView);
     std::string secondText(secondView);

@@ -2,7 +2,6 @@
 #include <cctype>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "brackets.h"
 #include "functionparserbase.h"
@@ -58,69 +57,7 @@ void appendOther(char c, NormaliserState& state, std::string& out)
     state.pendingSpace = false;
 }
 
-constexpr std::size_t none = std::string_view::npos;
-
-// For every opener, the position of the next opener of its kind that follows
-// at the same prefix balance of that kind (npos if there is none). The
-// enclosure test of the window s[k..n-1-k] fails exactly when such an opener
-// of s[k] lies inside the window.
-std::vector<std::size_t> nextOpenerAtSameBalance(std::string_view s)
-{
-    const std::size_t n = s.size();
-    const auto kindOf = [](char c) { return c == '(' || c == ')' ? 0 : 1; };
-    std::ptrdiff_t balance[2] = {0, 0};
-    for (const char c : s) {
-        if (brackets::isOpener(c))
-            ++balance[kindOf(c)];
-        else if (brackets::isCloser(c))
-            --balance[kindOf(c)];
-    }
-    // Balances before any position lie in [-n, n]; offset them by n.
-    const auto slot = [n](std::ptrdiff_t b) { return static_cast<std::size_t>(b + static_cast<std::ptrdiff_t>(n)); };
-    std::vector<std::size_t> nearestAtBalance[2] = {std::vector<std::size_t>(2 * n + 1, none),
-                                                    std::vector<std::size_t>(2 * n + 1, none)};
-    std::vector<std::size_t> next(n, none);
-    for (std::size_t p = n; p-- > 0;) {
-        const char c = s[p];
-        if (brackets::isOpener(c)) {
-            const int kind = kindOf(c);
-            --balance[kind];
-            std::size_t& nearest = nearestAtBalance[kind][slot(balance[kind])];
-            next[p] = nearest;
-            nearest = p;
-        } else if (brackets::isCloser(c)) {
-            ++balance[kindOf(c)];
-        }
-    }
-    return next;
-}
-
-bool pairMatchesAt(std::string_view s, std::size_t k)
-{
-    const std::size_t last = s.size() - 1 - k;
-    return k < last && brackets::isOpener(s[k])
-           && s[last] == brackets::closerOf(s[k]);
-}
-
 }  // namespace
-
-std::size_t exprcurve::brackets::countEnclosingPairs(std::string_view s)
-{
-    if (!isWhollyEnclosed(s))
-        return 0;
-    // Nearly every text stops after one pair; spare those the table.
-    if (!pairMatchesAt(s, 1))
-        return 1;
-    const std::vector<std::size_t> next = nextOpenerAtSameBalance(s);
-    std::size_t pairs = 1;
-    while (2 * pairs < s.size() && pairMatchesAt(s, pairs)) {
-        const std::size_t last = s.size() - 1 - pairs;
-        if (next[pairs] != none && next[pairs] <= last)
-            break;
-        ++pairs;
-    }
-    return pairs;
-}
 
 std::string FunctionParserBase::firstParse(const std::string& expression)
 {

@@ -133,13 +133,18 @@ double readNumber(const std::string& text)
 
 class TreeBuilder {
 public:
-    TreeBuilder(FunctionParserBase& parser, ParseMessage& message) : parser(parser), message(message) {}
+    TreeBuilder(FunctionParserBase& parser, ParseMessage& message, std::string_view text)
+        : parser(parser), message(message), textEnclosure(text), timeKeyEnclosure(timeKeyText)
+    {
+    }
 
     FunctionFloatBase* build(std::string_view s);
 
 private:
     FunctionFloatBase* buildOperator(std::string_view t);
-    FunctionFloatBase* buildCall(std::string_view t);
+    FunctionFloatBase* buildIf(std::string_view t);
+    FunctionFloatBase* buildTwoArgumentCall(std::string_view t);
+    FunctionFloatBase* buildOneArgumentCall(std::string_view t);
     FunctionFloatBase* buildRandom(std::string_view argument);
     EXPRCURVE_NOINLINE FunctionFloatBase* buildOperand(std::string_view t);
     EXPRCURVE_NOINLINE FunctionFloatBase* cutOff(std::string_view s);
@@ -148,9 +153,13 @@ private:
     FunctionFloatBase* keyVariable(const std::string& name);
     FunctionFloatBase* numberOrFault(const std::string& name);
     void recordFault(int position, int faultLength, int code);
+    const brackets::EnclosureIndex& enclosureOf(std::string_view s) const;
 
     FunctionParserBase& parser;
     ParseMessage& message;
+    // Every text parsed is a piece of the whole text, or the time key.
+    const brackets::EnclosureIndex textEnclosure;
+    const brackets::EnclosureIndex timeKeyEnclosure;
     int depth = 0;  // levels entered and not yet finished
 };
 
@@ -159,12 +168,18 @@ FunctionFloatBase* TreeBuilder::build(std::string_view s)
     if (depth >= FunctionParserBase::maxParseDepth)
         return cutOff(s);
     ++depth;
-    const std::size_t pairs = brackets::countEnclosingPairs(s);
+    const std::size_t pairs = enclosureOf(s).countEnclosingPairs(s);
     message.position += static_cast<int>(pairs);
     const std::string_view t = s.substr(pairs, s.size() - 2 * pairs);
+    // Each form has a frame of its own, so a level's frame holds only the
+    // pieces of the form that matched.
     FunctionFloatBase* node = buildOperator(t);
     if (!node)
-        node = buildCall(t);
+        node = buildIf(t);
+    if (!node)
+        node = buildTwoArgumentCall(t);
+    if (!node)
+        node = buildOneArgumentCall(t);
     if (!node)
         node = buildOperand(t);
     message.position += static_cast<int>(pairs);
@@ -188,24 +203,30 @@ FunctionFloatBase* TreeBuilder::buildOperator(std::string_view t)
     return nullptr;
 }
 
-FunctionFloatBase* TreeBuilder::buildCall(std::string_view t)
+FunctionFloatBase* TreeBuilder::buildIf(std::string_view t)
 {
     std::string_view first;
     std::string_view second;
     std::string_view third;
-    if (finders::splitThreeArgumentCall(ifName, t, first, second, third)) {
-        message.position += length(ifName) + 1;  // name and "("
-        std::unique_ptr<FunctionFloatTernary> node(new FunctionFloatIf);
-        node->arg1 = build(first);
-        message.position += 1;  // ","
-        node->arg2 = build(second);
-        message.position += 1;  // ","
-        node->arg3 = build(third);
-        message.position += 1;  // ")"
-        return node.release();
-    }
+    if (!finders::splitThreeArgumentCall(enclosureOf(t), ifName, t, first, second, third))
+        return nullptr;
+    message.position += length(ifName) + 1;  // name and "("
+    std::unique_ptr<FunctionFloatTernary> node(new FunctionFloatIf);
+    node->arg1 = build(first);
+    message.position += 1;  // ","
+    node->arg2 = build(second);
+    message.position += 1;  // ","
+    node->arg3 = build(third);
+    message.position += 1;  // ")"
+    return node.release();
+}
+
+FunctionFloatBase* TreeBuilder::buildTwoArgumentCall(std::string_view t)
+{
     for (const TwoArgumentForm& form : twoArgumentForms) {
-        if (!finders::splitTwoArgumentCall(form.name, t, first, second))
+        std::string_view first;
+        std::string_view second;
+        if (!finders::splitTwoArgumentCall(enclosureOf(t), form.name, t, first, second))
             continue;
         message.position += length(form.name) + 1;  // name and "("
         std::unique_ptr<FunctionFloatBinary> node(form.create());
@@ -215,15 +236,21 @@ FunctionFloatBase* TreeBuilder::buildCall(std::string_view t)
         message.position += 1;  // ")"
         return node.release();
     }
+    return nullptr;
+}
+
+FunctionFloatBase* TreeBuilder::buildOneArgumentCall(std::string_view t)
+{
     for (const OneArgumentForm& form : oneArgumentForms) {
-        if (!finders::splitOneArgumentCall(form.name, t, first))
+        std::string_view argument;
+        if (!finders::splitOneArgumentCall(form.name, t, argument))
             continue;
         // The argument keeps its brackets; they are counted when it is parsed.
         message.position += length(form.name);
         if (!form.create)
-            return buildRandom(first);
+            return buildRandom(argument);
         std::unique_ptr<FunctionFloatUnary> node(form.create());
-        node->arg = build(first);
+        node->arg = build(argument);
         return node.release();
     }
     return nullptr;
@@ -291,6 +318,11 @@ FunctionFloatBase* TreeBuilder::cutOff(std::string_view s)
     return new FunctionFloatConstant(0.0);
 }
 
+const brackets::EnclosureIndex& TreeBuilder::enclosureOf(std::string_view s) const
+{
+    return textEnclosure.contains(s) ? textEnclosure : timeKeyEnclosure;
+}
+
 void TreeBuilder::recordFault(int position, int faultLength, int code)
 {
     message.errors.emplace_back(position, faultLength);
@@ -301,7 +333,7 @@ void TreeBuilder::recordFault(int position, int faultLength, int code)
 
 FunctionFloatBase* FunctionParserBase::parse(const std::string& s, ParseMessage& message)
 {
-    return TreeBuilder(*this, message).build(s);
+    return TreeBuilder(*this, message, s).build(s);
 }
 
 FunctionFloatBase* FunctionParserBase::parseString(const std::string& expression,
