@@ -55,11 +55,11 @@ std::vector<std::string> split(const std::string& text, char separator)
 
 }  // namespace
 
-std::vector<double> parseTimeRange(const std::string& spec)
+std::vector<double> parseTimeRange(const std::string& range)
 {
-    const std::vector<std::string> parts = split(spec, ':');
+    const std::vector<std::string> parts = split(range, ':');
     if (parts.size() != 3)
-        throw Failure(exitUsage, "--time wants FROM:TO:STEP, not '" + spec + "'");
+        throw Failure(exitUsage, "--time wants FROM:TO:STEP, not '" + range + "'");
     return timesBetween(parseNumber(parts[0], "--time FROM"), parseNumber(parts[1], "--time TO"),
                         parseNumber(parts[2], "--time STEP"));
 }

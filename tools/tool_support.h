@@ -30,7 +30,7 @@ struct Failure : std::runtime_error {
 double parseNumber(const std::string& text, const std::string& what);
 
 // FROM:TO:STEP into the list of times FROM, FROM+STEP, ... up to TO.
-std::vector<double> parseTimeRange(const std::string& spec);
+std::vector<double> parseTimeRange(const std::string& range);
 // FROM, TO and STEP into a list of times; STEP must be positive.
 std::vector<double> timesBetween(double from, double to, double step);
 // T1,T2,... into a list of times.
