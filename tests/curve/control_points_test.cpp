@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
 #include <memory>
 #include <random>
@@ -16,103 +15,53 @@ using exprcurve_detail::insertOrdered;
 using exprcurve_detail::OrderedBuilder;
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double inf = std::numeric_limits<double>::infinity();
 
-// Records at the given times, kept alive by the test.
-std::vector<std::unique_ptr<PointInfo>> recordsAt(const std::vector<double>& times)
+// Builds on `start` with the builder and with insertOrdered alone, records
+// at `times` added in order; the two lists must be the same.
+void expectBuilderMatchesRule(const std::vector<double>& startTimes, const std::vector<double>& times)
 {
     std::vector<std::unique_ptr<PointInfo>> records;
+    std::vector<PointInfo*> byBuilder, byRule;
+    for (double time : startTimes) {
+        records.emplace_back(new PointInfo{time, 0, {}, {}, kv_spline::LINEAR, false});
+        byBuilder.push_back(records.back().get());
+    }
+    byRule = byBuilder;
+    OrderedBuilder builder(byBuilder);
     for (double time : times) {
-        records.emplace_back(new PointInfo());
-        records.back()->time = time;
+        records.emplace_back(new PointInfo{time, 0, {}, {}, kv_spline::LINEAR, false});
+        builder.insert(records.back().get());
+        insertOrdered(byRule, records.back().get());
     }
-    return records;
+    ASSERT_EQ(byBuilder, byRule);
 }
 
-std::vector<PointInfo*> builtByInsertOrdered(const std::vector<std::unique_ptr<PointInfo>>& records)
-{
-    std::vector<PointInfo*> list;
-    for (const auto& record : records)
-        insertOrdered(list, record.get());
-    return list;
-}
-
-std::vector<PointInfo*> builtByBuilder(const std::vector<std::unique_ptr<PointInfo>>& records)
-{
-    std::vector<PointInfo*> list;
-    OrderedBuilder builder(list);
-    for (const auto& record : records)
-        builder.insert(record.get());
-    return list;
-}
-
-// Random times drawn mostly ascending, with many repeats, occasional steps
-// back and, when asked, NaN times.
-std::vector<double> randomTimes(std::mt19937& random, bool withNaN)
-{
-    std::uniform_int_distribution<int> length(0, 40);
-    std::uniform_int_distribution<int> move(0, 9);
-    constexpr double inf = std::numeric_limits<double>::infinity();
-    const std::vector<double> unusualTimes = {nan, -0.0, 0.0, inf, -inf};
-    std::uniform_int_distribution<std::size_t> unusual(0, unusualTimes.size() - 1);
-    std::vector<double> times;
-    double time = 0.0;
-    for (int n = length(random); n > 0; --n) {
-        const int step = move(random);
-        if (step == 9) {
-            const double value = unusualTimes[unusual(random)];
-            if (withNaN || !std::isnan(value))
-                times.push_back(value);
-            continue;
-        }
-        if (step < 4)
-            time += 1.0;  // ascending
-        else if (step >= 7)
-            time -= 2.0;  // a step back
-        times.push_back(time);  // steps 4 to 6 repeat the last time
-    }
-    return times;
-}
-
-TEST(OrderedBuilder, BuildsTheListInsertOrderedBuildsOnRandomData)
-{
-    std::mt19937 random(20240611u);
-    for (int round = 0; round < 4000; ++round) {
-        const auto records = recordsAt(randomTimes(random, round % 2 == 0));
-        ASSERT_EQ(builtByBuilder(records), builtByInsertOrdered(records)) << "round " << round;
-    }
-}
-
-TEST(OrderedBuilder, MatchesInsertOrderedOnHandPickedOrders)
+TEST(OrderedBuilder, BuildsTheListInsertOrderedBuilds)
 {
     const std::vector<std::vector<double>> cases = {
-        {},
-        {1, 2, 3},
-        {1, 1, 1},        // equal times arrive in reverse
-        {1, 2, 2, 3, 3},  // equal times after an ascending run
-        {3, 2, 1},
-        {nan, 1, 2},      // NaN first: no fast path afterwards
-        {1, 2, nan, 3},   // NaN in the middle goes to the front; 3 then stops at it
-        {1, nan, nan, 0},
-        {-0.0, 0.0, -0.0},
-    };
-    for (const auto& times : cases) {
-        const auto records = recordsAt(times);
-        EXPECT_EQ(builtByBuilder(records), builtByInsertOrdered(records)) << times.size();
-    }
-}
+        {}, {1, 2, 3}, {1, 1, 1}, {1, 2, 2, 3, 3}, {3, 2, 1}, {nan, 1, 2}, {1, 2, nan, 3},
+        {1, nan, nan, 0}, {-0.0, 0.0, -0.0}};
+    for (const auto& times : cases)
+        expectBuilderMatchesRule({}, times);
+    expectBuilderMatchesRule({1, 5, 3}, {4, 6});  // an unsorted start: no fast path
 
-TEST(OrderedBuilder, ContinuesAListItWasGivenAsInsertOrderedWould)
-{
-    const auto existing = recordsAt({1, 5, 3});  // unsorted: no fast path
-    const auto added = recordsAt({4, 6});  // 4 lies beyond the last point only
-    std::vector<PointInfo*> byBuilder = {existing[0].get(), existing[1].get(), existing[2].get()};
-    std::vector<PointInfo*> byRule = byBuilder;
-    OrderedBuilder builder(byBuilder);
-    for (const auto& record : added) {
-        builder.insert(record.get());
-        insertOrdered(byRule, record.get());
+    // Mostly ascending, with repeats, steps back and unusual times.
+    std::mt19937 random(20240611u);
+    const double unusual[] = {nan, -0.0, 0.0, inf, -inf};
+    for (int round = 0; round < 4000; ++round) {
+        SCOPED_TRACE(round);
+        std::vector<double> times;
+        double time = 0.0;
+        for (int n = static_cast<int>(random() % 41); n > 0; --n) {
+            const unsigned step = random() % 10;
+            if (step == 9)
+                times.push_back(unusual[random() % 5]);
+            else
+                times.push_back(time += step < 4 ? 1.0 : step >= 7 ? -2.0 : 0.0);
+        }
+        expectBuilderMatchesRule({}, times);
     }
-    EXPECT_EQ(byBuilder, byRule);
 }
 
 }  // namespace

@@ -24,31 +24,28 @@ inline std::uint64_t bitsOf(double value)
 inline PointInfo distinctPoint(double time, double seed, bool flag = true,
                                kv_spline::interpolationType type = kv_spline::TCB)
 {
-    PointInfo point{};
-    point.time = time;
-    point.value = seed + 0.5;
-    point.bezier = {seed + 0.25, seed - 0.75};
-    point.tcb = {seed + 0.125, seed - 0.0625, seed + 0.03125, seed - 0.015625, seed + 0.0078125};
-    point.type = type;
-    point.flag = flag;
-    return point;
+    return PointInfo{time, seed + 0.5, {seed + 0.25, seed - 0.75},
+                     {seed + 0.125, seed - 0.0625, seed + 0.03125, seed - 0.015625, seed + 0.0078125},
+                     type, flag};
 }
 
-// Every field of `actual` equals that of `expected`, bit for bit, except
-// that the time must be `time`.
-inline void expectFields(const PointInfo& actual, const PointInfo& expected, double time)
+inline std::vector<std::uint64_t> fieldBits(const PointInfo& p)
 {
-    EXPECT_EQ(bitsOf(actual.time), bitsOf(time));
-    EXPECT_EQ(bitsOf(actual.value), bitsOf(expected.value));
-    EXPECT_EQ(bitsOf(actual.bezier.leftSlope), bitsOf(expected.bezier.leftSlope));
-    EXPECT_EQ(bitsOf(actual.bezier.rightSlope), bitsOf(expected.bezier.rightSlope));
-    EXPECT_EQ(bitsOf(actual.tcb.tension), bitsOf(expected.tcb.tension));
-    EXPECT_EQ(bitsOf(actual.tcb.continuity), bitsOf(expected.tcb.continuity));
-    EXPECT_EQ(bitsOf(actual.tcb.bias), bitsOf(expected.tcb.bias));
-    EXPECT_EQ(bitsOf(actual.tcb.easeFrom), bitsOf(expected.tcb.easeFrom));
-    EXPECT_EQ(bitsOf(actual.tcb.easeTo), bitsOf(expected.tcb.easeTo));
-    EXPECT_EQ(actual.type, expected.type);
-    EXPECT_EQ(actual.flag, expected.flag);
+    std::vector<std::uint64_t> bits;
+    for (double field : {p.time, p.value, p.bezier.leftSlope, p.bezier.rightSlope, p.tcb.tension,
+                         p.tcb.continuity, p.tcb.bias, p.tcb.easeFrom, p.tcb.easeTo})
+        bits.push_back(bitsOf(field));
+    bits.push_back(static_cast<std::uint64_t>(p.type));
+    bits.push_back(p.flag);
+    return bits;
+}
+
+// Every field of `actual` equals that of `expected` bit for bit, except that
+// the time must be `time`.
+inline void expectFields(const PointInfo& actual, PointInfo expected, double time)
+{
+    expected.time = time;
+    EXPECT_EQ(fieldBits(actual), fieldBits(expected));
 }
 
 inline void expectFields(const PointInfo& actual, const PointInfo& expected)
