@@ -54,13 +54,6 @@ std::unique_ptr<SplineBase> loadCurve(const CurveInput& input)
 
 namespace {
 
-std::string formatNumber(double value)
-{
-    char buffer[40];
-    std::snprintf(buffer, sizeof buffer, "%.17g", value);
-    return buffer;
-}
-
 // The curve's own range, or [0, 1] for an empty curve.
 void pointRange(const SplineBase& curve, double& first, double& last)
 {

@@ -15,13 +15,6 @@ namespace {
 
 using Tree = std::unique_ptr<FunctionFloatBase>;
 
-std::string formatNumber(double value)
-{
-    char buffer[40];
-    std::snprintf(buffer, sizeof buffer, "%.17g", value);
-    return buffer;
-}
-
 // Reports the faults of a parse; true when there were any.
 bool hasFaults(const ParseMessage& message)
 {

@@ -11,6 +11,13 @@
 
 namespace tool {
 
+std::string formatNumber(double value)
+{
+    char buffer[40];
+    std::snprintf(buffer, sizeof buffer, "%.17g", value);
+    return buffer;
+}
+
 double parseNumber(const std::string& text, const std::string& what)
 {
     const char* begin = text.c_str();

@@ -26,6 +26,9 @@ struct Failure : std::runtime_error {
     ExitStatus status;
 };
 
+// A double with all 17 significant digits, so that it reads back exactly.
+std::string formatNumber(double value);
+
 // A whole-string decimal number (strtod syntax); `what` names it in errors.
 double parseNumber(const std::string& text, const std::string& what);
 
