@@ -2,10 +2,10 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
-#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -26,11 +26,6 @@ using Bytes = std::vector<unsigned char>;
 struct TempPath {
     TempPath() : path(testing::TempDir() + "curveXXXXXX") { close(mkstemp(&path[0])); }
     ~TempPath() { std::remove(path.c_str()); }
-    std::string read() const
-    {
-        std::ifstream in(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
     std::string path;
 };
 
@@ -52,23 +47,20 @@ struct ScratchFile {
         return bytes;
     }
     // Items 1 to 10 of a record (value first, easeTo before easeFrom), then
-    // the flag item unless it is null.
-    void record(PointInfo p, const int* flagItem) const
+    // `ints` (the flag item and whatever follows).
+    void record(PointInfo p, std::vector<int> ints) const
     {
         for (double item : {p.value, p.time, p.tcb.tension, p.tcb.continuity, p.tcb.bias,
                             p.tcb.easeTo, p.tcb.easeFrom, p.bezier.leftSlope, p.bezier.rightSlope})
             corvane::WriteDouble(&item, 1, file);
-        corvane::WriteInt(reinterpret_cast<int*>(&p.type), 1, file);
-        if (flagItem != nullptr)
-            corvane::WriteInt(const_cast<int*>(flagItem), 1, file);
+        ints.insert(ints.begin(), p.type);
+        corvane::WriteInt(ints.data(), ints.size(), file);
     }
     FILE* file;
 };
 
 constexpr std::size_t recordBytes = 9 * 8 + 2 * 4;
-
 const PointInfo examplePoint{0.0, 0.5, {}, {}, kv_spline::BEZIER, false};
-const std::string exampleText = "1\n1\n1\n0.5\n0\n0\n0\n0\n0\n0\n0\n0\n1\n0\n";
 
 std::string textOf(SplineBase& curve, int precision = 6)
 {
@@ -76,20 +68,19 @@ std::string textOf(SplineBase& curve, int precision = 6)
     std::ofstream out(path.path);
     out.precision(precision);
     SplineBase::save(curve, out);
-    return path.read();  // while `out` is open: every line is flushed
+    std::ifstream in(path.path, std::ios::binary);  // while `out` is open: every line is flushed
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 // Loads `text` into `target`, or into a new curve when `target` is null;
-// returns the curve loaded into and whether the stream failed.
+// returns the new curve and whether the stream failed.
 std::pair<std::unique_ptr<SplineBase>, bool> loadText(const std::string& text, SplineBase* target = nullptr)
 {
     TempPath path;
     std::ofstream(path.path, std::ios::binary) << text;
     std::ifstream in(path.path);
-    std::unique_ptr<SplineBase> loaded;
-    if (target == nullptr)
-        loaded.reset(SplineBase::load(in));
-    else
+    std::unique_ptr<SplineBase> loaded(target == nullptr ? SplineBase::load(in) : nullptr);
+    if (target != nullptr)
         SplineBase::load(target, in);
     return {std::move(loaded), in.fail()};
 }
@@ -110,32 +101,24 @@ std::string textRecord(const std::string& time, const std::string& value, const 
     return value + "\n" + time + "\n0\n0\n0\n0\n0\n0\n0\n1\n" + flagItem + "\n";
 }
 
-TEST(CurveText, SaveWritesEveryItemOnItsOwnLine)
+TEST(CurveText, SaveAndLoadItemsInTheirOrder)
 {
     SplineBase curve;
     curve.addPoint(examplePoint);
-    EXPECT_EQ(textOf(curve), exampleText);
+    EXPECT_EQ(textOf(curve), "1\n1\n1\n" + textRecord("0", "0.5"));
+    curve.removeAllControlPoints();
+    curve.preExtrapolation = kv_spline::EXTRAPOLATE_ZERO;
+    curve.postExtrapolation = kv_spline::EXTRAPOLATE_LINEAR;
+    EXPECT_EQ(textOf(curve), "0\n0\n4\n");
 
-    SplineBase empty;
-    empty.preExtrapolation = kv_spline::EXTRAPOLATE_ZERO;
-    empty.postExtrapolation = kv_spline::EXTRAPOLATE_LINEAR;
-    EXPECT_EQ(textOf(empty), "0\n0\n4\n");
-    const auto loaded = loadText("0\n0\n4\n").first;
-    EXPECT_TRUE(loaded->controlPoints.empty());
-    EXPECT_EQ(loaded->preExtrapolation, 0);
+    const auto loaded = loadText("1 3 4  10 2 3 4 5 6 7 8 9 2 1").first;  // any whitespace separates
+    EXPECT_EQ(loaded->preExtrapolation, 3);
     EXPECT_EQ(loaded->postExtrapolation, 4);
     EXPECT_EQ(loaded->defaultValue, 0.0);
     EXPECT_FALSE(loaded->curveFlag);
     EXPECT_TRUE(loaded->modified);
-}
-
-TEST(CurveText, LoadReadsValueBeforeTimeAndEaseToBeforeEaseFrom)
-{
-    const auto curve = loadText("1 3 4  10 2 3 4 5 6 7 8 9 2 1").first;  // any whitespace separates
-    EXPECT_EQ(curve->preExtrapolation, 3);
-    EXPECT_EQ(curve->postExtrapolation, 4);
-    ASSERT_EQ(curve->controlPoints.size(), 1u);
-    expectFields(*curve->controlPoints[0], {2, 10, {8, 9}, {3, 4, 5, 7, 6}, kv_spline::TCB, true});
+    ASSERT_EQ(loaded->controlPoints.size(), 1u);
+    expectFields(*loaded->controlPoints[0], {2, 10, {8, 9}, {3, 4, 5, 7, 6}, kv_spline::TCB, true});
 }
 
 TEST(CurveText, LoadSortsByTimeAndReversesEqualTimes)
@@ -148,59 +131,46 @@ TEST(CurveText, LoadSortsByTimeAndReversesEqualTimes)
     const auto equal = loadText("2\n1\n1\n" + textRecord("1", "100") + textRecord("1", "200")).first;
     EXPECT_EQ(valuesOf(*equal), (std::vector<double>{200, 100}));
     EXPECT_EQ(valuesOf(*loadText(textOf(*equal)).first), (std::vector<double>{100, 200}));
-}
 
-TEST(CurveText, RoundTripIsExactOnlyAtPrecisionSeventeen)
-{
-    SplineBase curve;
-    curve.preExtrapolation = -5;  // out-of-range codes are stored as they are
-    curve.postExtrapolation = 9;
-    const std::vector<PointInfo> points = {
-        distinctPoint(-0.0, 1.0 / 3.0, false, kv_spline::LINEAR),
-        distinctPoint(0.1, -1e-300, true, kv_spline::STEP),
-        distinctPoint(2.0 / 3.0, 123456.789, false, static_cast<kv_spline::interpolationType>(7)),
-        distinctPoint(1e300, 5e-324, true, kv_spline::BEZIER)};
-    for (const PointInfo& point : points)
-        curve.addPoint(point);
-    const auto loaded = loadText(textOf(curve, 17)).first;
-    EXPECT_EQ(loaded->preExtrapolation, -5);
-    EXPECT_EQ(loaded->postExtrapolation, 9);
-    ASSERT_EQ(loaded->controlPoints.size(), points.size());
-    for (std::size_t i = 0; i < points.size(); ++i)
-        expectFields(*loaded->controlPoints[i], points[i]);
-
-    SplineBase thirds;
+    SplineBase thirds;  // the stream's default precision keeps six digits
     thirds.addPoint(1.0 / 3.0, 2.0 / 3.0);
     const auto rounded = loadText(textOf(thirds)).first;
     EXPECT_EQ(timesOf(*rounded), std::vector<double>{0.333333});
     EXPECT_EQ(valuesOf(*rounded), std::vector<double>{0.666667});
 }
 
-TEST(CurveText, LoadIntoAnExistingCurveKeepsDefaultValueAndCurveFlag)
+TEST(CurveLoad, IntoAnExistingCurveKeepsDefaultValueAndTextKeepsCurveFlag)
 {
-    SplineBase target;
-    makeNonDefault(target);
-    EXPECT_FALSE(loadText("1\n0\n4\n" + textRecord("3", "30", "1"), &target).second);
-    EXPECT_EQ(timesOf(target), std::vector<double>{3});  // the old point is gone
-    EXPECT_EQ(target.preExtrapolation, 0);
-    EXPECT_EQ(target.postExtrapolation, 4);
-    EXPECT_EQ(target.defaultValue, 4.5);
-    EXPECT_TRUE(target.curveFlag);
-    EXPECT_TRUE(target.modified);
+    SplineBase text;
+    makeNonDefault(text);
+    EXPECT_FALSE(loadText("1\n0\n4\n" + textRecord("3", "30", "1"), &text).second);
+    SplineBase binary;
+    makeNonDefault(binary);
+    ScratchFile file;
+    text.save(file.file);
+    std::rewind(file.file);
+    binary.load(file.file, 3027);
+    for (const SplineBase* curve : {&text, &binary}) {
+        EXPECT_EQ(timesOf(*curve), std::vector<double>{3});  // the old point is gone
+        EXPECT_EQ(curve->preExtrapolation, 0);
+        EXPECT_EQ(curve->postExtrapolation, 4);
+        EXPECT_EQ(curve->defaultValue, 4.5);
+        EXPECT_TRUE(curve->curveFlag);  // kept in text, stored as true in binary
+        EXPECT_TRUE(curve->modified);
+    }
 }
 
 TEST(CurveLoad, FlagItemLoadsTrueOnlyWhenItIsOne)
 {
     for (int item : {1, 2, 0, -1}) {
         SCOPED_TRACE(item);
-        const auto text = loadText(exampleText.substr(0, exampleText.size() - 2) + std::to_string(item) + "\n").first;
+        const auto text = loadText("1\n1\n1\n" + textRecord("0", "0.5", std::to_string(item))).first;
         ASSERT_EQ(text->controlPoints.size(), 1u);
         EXPECT_EQ(text->controlPoints[0]->flag, item == 1);
 
-        ScratchFile file;
-        unsigned int count = 1;
-        corvane::WriteUInt(&count, 1, file.file);
-        file.record(examplePoint, &item);
+        ScratchFile file({1, 0, 0, 0});
+        std::fseek(file.file, 4, SEEK_SET);
+        file.record(examplePoint, {item});
         std::rewind(file.file);
         SplineBase binary;
         binary.load(file.file, 3027);
@@ -225,75 +195,68 @@ TEST(CurveBinary, SaveWritesTheNewestLayout)
 
 TEST(CurveBinary, LoadReadsTheLayoutOfEachVersion)
 {
+    const PointInfo later = distinctPoint(2.0, 1.0, false), earlier = distinctPoint(0.0, 2.0, false);
     for (unsigned int version : {0u, 3018u, 3019u, 3026u, 3027u, 5000u}) {
         SCOPED_TRACE(version);
         const bool hasFlagItem = version >= 3027, hasCurveFlag = version >= 3019;
-        const PointInfo later = distinctPoint(2.0, 1.0, false), earlier = distinctPoint(0.0, 2.0, false);
-        const int one = 1, zero = 0;
-        int trailer[] = {kv_spline::EXTRAPOLATE_CYCLE_OFFSET, kv_spline::EXTRAPOLATE_LINEAR};
-        const int sentinel = 0x5A5A5A5A;
+        ScratchFile file({2, 0, 0, 0});
+        std::fseek(file.file, 4, SEEK_SET);
+        file.record(later, hasFlagItem ? std::vector<int>{1} : std::vector<int>{});
+        file.record(earlier, hasFlagItem ? std::vector<int>{0, 3, 4} : std::vector<int>{3, 4});  // then the modes
         bool curveFlag = true;
-        unsigned int count = 2;
-
-        ScratchFile file;
-        corvane::WriteUInt(&count, 1, file.file);
-        file.record(later, hasFlagItem ? &one : nullptr);
-        file.record(earlier, hasFlagItem ? &zero : nullptr);
-        corvane::WriteInt(trailer, 2, file.file);
         if (hasCurveFlag)
             corvane::WriteBool(&curveFlag, 1, file.file);
-        corvane::WriteInt(const_cast<int*>(&sentinel), 1, file.file);
+        std::fputc(0x5A, file.file);
         std::rewind(file.file);
 
         SplineBase curve;
         makeNonDefault(curve);
         curve.curveFlag = !hasCurveFlag;  // only the right layout gives the expected flag
         curve.load(file.file, version);
-
         ASSERT_EQ(curve.controlPoints.size(), 2u);
         PointInfo expectedEarlier = earlier, expectedLater = later;
         expectedEarlier.flag = !hasFlagItem;  // without the item every point is true
         expectedLater.flag = true;
         expectFields(*curve.controlPoints[0], expectedEarlier);
         expectFields(*curve.controlPoints[1], expectedLater);
-        EXPECT_EQ(curve.preExtrapolation, kv_spline::EXTRAPOLATE_CYCLE_OFFSET);
-        EXPECT_EQ(curve.postExtrapolation, kv_spline::EXTRAPOLATE_LINEAR);
+        EXPECT_EQ(curve.preExtrapolation, 3);
+        EXPECT_EQ(curve.postExtrapolation, 4);
         EXPECT_EQ(curve.curveFlag, hasCurveFlag);
         EXPECT_EQ(curve.defaultValue, 4.5);
         EXPECT_TRUE(curve.modified);
-        int next = 0;  // the load stopped exactly at the end of its layout
-        corvane::ReadInt(&next, 1, file.file);
-        EXPECT_EQ(next, sentinel);
+        EXPECT_EQ(std::fgetc(file.file), 0x5A);  // the load stopped exactly at the end of its layout
     }
 }
 
-TEST(CurveBinary, RoundTripReproducesEveryFieldAndReversesEqualTimes)
+TEST(CurveLoad, RoundTripsReproduceEveryFieldAndReverseEqualTimes)
 {
     SplineBase curve;
-    curve.preExtrapolation = -1;
-    curve.postExtrapolation = 77;
+    curve.preExtrapolation = -5;  // out-of-range codes are stored as they are
+    curve.postExtrapolation = 9;
     curve.curveFlag = true;
-    PointInfo odd = distinctPoint(-0.0, 3.0, true, static_cast<kv_spline::interpolationType>(-9));
-    odd.value = std::numeric_limits<double>::quiet_NaN();
-    odd.bezier.rightSlope = -std::numeric_limits<double>::infinity();
-    const std::vector<PointInfo> points = {odd, distinctPoint(0.1, 1.0 / 3.0, false),
-                                           distinctPoint(7.0, 5.0, true), distinctPoint(7.0, 6.0, false)};
+    const std::vector<PointInfo> points = {
+        distinctPoint(-0.0, 1.0 / 3.0, false, static_cast<kv_spline::interpolationType>(-9)),
+        distinctPoint(0.1, -1e-300, true, kv_spline::STEP), distinctPoint(2.0 / 3.0, 5e-324, false),
+        distinctPoint(7.0, 1e300, true, kv_spline::LINEAR), distinctPoint(7.0, 6.0, false)};
     for (auto it = points.rbegin(); it != points.rend(); ++it)
         curve.addPoint(*it);  // the two points at 7 stand as listed
 
     ScratchFile file;
     curve.save(file.file);
     std::rewind(file.file);
-    SplineBase loaded;
-    loaded.load(file.file, 3027);
-    EXPECT_EQ(loaded.preExtrapolation, -1);
-    EXPECT_EQ(loaded.postExtrapolation, 77);
-    EXPECT_TRUE(loaded.curveFlag);
-    ASSERT_EQ(loaded.controlPoints.size(), 4u);
-    for (std::size_t i : {0, 1})
-        expectFields(*loaded.controlPoints[i], points[i]);
-    expectFields(*loaded.controlPoints[2], points[3]);  // equal times come back reversed
-    expectFields(*loaded.controlPoints[3], points[2]);
+    SplineBase binary;
+    binary.load(file.file, 3027);
+    EXPECT_TRUE(binary.curveFlag);
+    const auto text = loadText(textOf(curve, 17)).first;
+    for (const SplineBase* loaded : {&binary, text.get()}) {
+        EXPECT_EQ(loaded->preExtrapolation, -5);
+        EXPECT_EQ(loaded->postExtrapolation, 9);
+        ASSERT_EQ(loaded->controlPoints.size(), 5u);
+        for (std::size_t i : {0, 1, 2})
+            expectFields(*loaded->controlPoints[i], points[i]);
+        expectFields(*loaded->controlPoints[3], points[4]);  // equal times come back reversed
+        expectFields(*loaded->controlPoints[4], points[3]);
+    }
 }
 
 // Cut anywhere, a load keeps the points and modes read completely and the
@@ -305,9 +268,6 @@ TEST(CurveLoad, StopsAtTheFirstFailedReadKeepingCompletedPoints)
         three.addPoint(distinctPoint(time, time));
     three.preExtrapolation = 3;
     three.postExtrapolation = 4;
-    three.curveFlag = true;
-    const std::vector<double> allTimes = {0, 1, 2};
-
     ScratchFile saved;
     three.save(saved.file);
     const Bytes full = saved.contents();
@@ -320,43 +280,19 @@ TEST(CurveLoad, StopsAtTheFirstFailedReadKeepingCompletedPoints)
         makeNonDefault(curve);
         curve.load(file.file, 3027);
         const std::size_t completed = cut < 4 ? 0 : std::min<std::size_t>(3, (cut - 4) / recordBytes);
-        EXPECT_EQ(timesOf(curve), std::vector<double>(allTimes.begin(), allTimes.begin() + completed));
+        EXPECT_EQ(curve.controlPoints.size(), completed);
         EXPECT_EQ(curve.preExtrapolation, cut >= modesAt + 4 ? 3 : kv_spline::EXTRAPOLATE_CYCLE);
         EXPECT_EQ(curve.postExtrapolation, cut >= modesAt + 8 ? 4 : kv_spline::EXTRAPOLATE_ZERO);
-        EXPECT_EQ(curve.defaultValue, 4.5);
-        EXPECT_TRUE(curve.modified);
+        EXPECT_EQ(curve.curveFlag, cut != full.size());
         EXPECT_EQ(std::feof(file.file) != 0, cut < full.size());
     }
 
-    std::string text, lines = textOf(three);
-    for (std::size_t kept = 0, end = 0; end != std::string::npos; ++kept) {
-        SCOPED_TRACE(kept);
-        SplineBase curve;
-        makeNonDefault(curve);
-        const bool failed = loadText(text, &curve).second;
-        const std::size_t completed = kept < 3 ? 0 : (kept - 3) / 11;
-        EXPECT_EQ(timesOf(curve), std::vector<double>(allTimes.begin(), allTimes.begin() + completed));
-        EXPECT_EQ(curve.preExtrapolation, kept >= 2 ? 3 : kv_spline::EXTRAPOLATE_CYCLE);
-        EXPECT_EQ(curve.postExtrapolation, kept >= 3 ? 4 : kv_spline::EXTRAPOLATE_ZERO);
-        EXPECT_TRUE(curve.modified);
-        end = lines.find('\n', text.size());
-        EXPECT_EQ(failed, end != std::string::npos);
-        if (end != std::string::npos)
-            text = lines.substr(0, end + 1);
-    }
-}
-
-TEST(CurveLoad, BadCountsAndItemsCostNothingAndKeepWhatWasRead)
-{
     // Four billion points announced in a ten-byte file: a load that trusted
     // the count for allocation would need tens of gigabytes.
     ScratchFile huge({0x00, 0x28, 0x6B, 0xEE, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11});
     SplineBase curve;
-    makeNonDefault(curve);
     curve.load(huge.file, 3027);
     EXPECT_TRUE(curve.controlPoints.empty());
-    EXPECT_NE(std::feof(huge.file), 0);
-
     EXPECT_TRUE(loadText("4000000000\n2\n3\n" + textRecord("5", "50"), &curve).second);
     EXPECT_EQ(timesOf(curve), std::vector<double>{5});
     EXPECT_EQ(curve.preExtrapolation, 2);
@@ -365,7 +301,6 @@ TEST(CurveLoad, BadCountsAndItemsCostNothingAndKeepWhatWasRead)
     EXPECT_TRUE(loadText("x\n0\n4\n", &curve).second);
     EXPECT_TRUE(curve.controlPoints.empty());
     EXPECT_EQ(curve.preExtrapolation, kv_spline::EXTRAPOLATE_CYCLE);
-
     EXPECT_TRUE(loadText("3\n0\n4\n" + textRecord("5", "50") + "0.5\nabc\n" + textRecord("6", "60"), &curve).second);
     EXPECT_EQ(timesOf(curve), std::vector<double>{5});
     EXPECT_EQ(curve.postExtrapolation, 4);
