@@ -1,0 +1,507 @@
+// The compiled form of an expression tree: a flat program for an accumulator
+// machine. Every instruction leaves its result in the accumulator; a binary
+// node whose operands are both inner nodes pushes its left value onto a small
+// stack in the evaluation frame and pops it back when the right one is done.
+//
+// The operation of each instruction is written once, in the operation lists
+// below, with exactly the expression the node classes evaluate; the opcodes,
+// the dispatch cases and the compiler's tables are generated from those lists.
+#include "compiledexpression.h"
+
+#include <cassert>
+#include <cmath>
+#include <cstdint>
+#include <math.h>  // j0, j1
+#include <unordered_set>
+#include <utility>
+
+#include "functionfloatbase.h"
+
+namespace exprcurve {
+namespace compiled {
+
+// ---------------------------------------------------------------- operations
+
+inline double logicalNot(double x)
+{
+    return std::fabs(x) < exprcurveTruthTolerance ? 1.0 : 0.0;
+}
+
+inline double flipSignUnlessPositive(double x)
+{
+    return x > 0 ? x : -x;
+}
+
+inline double add(double a, double b) { return a + b; }
+inline double subtract(double a, double b) { return a - b; }
+inline double multiply(double a, double b) { return a * b; }
+inline double divide(double a, double b) { return a / b; }
+inline double power(double a, double b) { return std::pow(a, b); }
+
+inline double logicalAnd(double a, double b)
+{
+    return std::fabs(a * b) > exprcurveTruthTolerance ? 1.0 : 0.0;
+}
+
+inline double logicalOr(double a, double b)
+{
+    return std::fabs(a + b) > exprcurveTruthTolerance ? 1.0 : 0.0;
+}
+
+inline double equal(double a, double b)
+{
+    return std::fabs(a - b) < exprcurveTruthTolerance ? 1.0 : 0.0;
+}
+
+inline double greater(double a, double b) { return a > b ? 1.0 : 0.0; }
+inline double less(double a, double b) { return a < b ? 1.0 : 0.0; }
+inline double maximum(double a, double b) { return a > b ? a : b; }
+inline double minimum(double a, double b) { return a < b ? a : b; }
+
+// X(name of the node class's query, the operation)
+#define EXPRCURVE_UNARY_OPERATIONS(X)                                                    \
+    X(Neg, logicalNot) X(J0, ::j0) X(J1, ::j1) X(Floor, std::floor) X(Ceil, std::ceil) \
+    X(Tan, std::tan) X(Sin, std::sin) X(Cos, std::cos) X(TanH, std::tanh)              \
+    X(SinH, std::sinh) X(CosH, std::cosh) X(ATan, std::atan) X(ASin, std::asin)        \
+    X(ACos, std::acos) X(Sqrt, std::sqrt) X(Abs, flipSignUnlessPositive)               \
+    X(Log, std::log) X(L10, std::log10) X(Exp, std::exp)
+
+#define EXPRCURVE_BINARY_OPERATIONS(X)                                                  \
+    X(Add, add) X(Sub, subtract) X(Mul, multiply) X(Div, divide) X(Pow, power)         \
+    X(And, logicalAnd) X(Or, logicalOr) X(Eql, equal) X(Grt, greater) X(Lss, less)     \
+    X(Max, maximum) X(Min, minimum)
+
+// ---------------------------------------------------------------- instructions
+
+// Where a binary instruction finds its operands: "Acc" is the accumulator,
+// "Stack" the value popped from the stack (always the left operand),
+// "Variable" a double read through its address, "Constant" a copied value.
+#define EXPRCURVE_BINARY_FORMS(X, NAME)                                               \
+    X(NAME, StackAcc) X(NAME, AccConstant) X(NAME, AccVariable) X(NAME, ConstantAcc) \
+    X(NAME, VariableAcc) X(NAME, VariableVariable) X(NAME, VariableConstant)         \
+    X(NAME, ConstantVariable)
+
+enum class Form { StackAcc, AccConstant, AccVariable, ConstantAcc, VariableAcc,
+                  VariableVariable, VariableConstant, ConstantVariable, count };
+
+#define EXPRCURVE_UNARY_OPCODES(NAME, OPERATION) NAME, NAME##OfVariable,
+#define EXPRCURVE_FORM_OPCODE(NAME, FORM) NAME##FORM,
+#define EXPRCURVE_BINARY_OPCODES(NAME, OPERATION) EXPRCURVE_BINARY_FORMS(EXPRCURVE_FORM_OPCODE, NAME)
+
+enum class Opcode : std::uint8_t {
+    Return,
+    Push,                // pushes the accumulator
+    Jump,                // to `first.target`
+    JumpIfZero,          // to `first.target` when the accumulator is 0.0 or -0.0
+    Constant,            // loads `first.constant`
+    VariableDouble,      // loads through `first.variable`
+    VariableFloat,
+    VariableInt,
+    VariableBool,
+    CallNode,            // evaluates `first.node` through the tree
+    EXPRCURVE_UNARY_OPERATIONS(EXPRCURVE_UNARY_OPCODES)
+    EXPRCURVE_BINARY_OPERATIONS(EXPRCURVE_BINARY_OPCODES)
+};
+
+union Operand {
+    double constant;
+    const double* variable;
+    const float* floatVariable;
+    const int* intVariable;
+    const unsigned char* boolByte;
+    const FunctionFloatBase* node;
+    std::size_t target;
+};
+
+}  // namespace compiled
+
+struct CompiledExpression::Instruction {
+    compiled::Opcode opcode;
+    compiled::Operand first;
+    compiled::Operand second;
+};
+
+namespace compiled {
+namespace {
+
+using Instruction = CompiledExpression::Instruction;
+
+// Stack depth available to one evaluation; 512 bytes of its frame.
+constexpr int stackCapacity = 64;
+
+#define EXPRCURVE_UNARY_TABLE_ENTRY(NAME, OPERATION) \
+    {&FunctionFloatUnary::is##NAME, Opcode::NAME, Opcode::NAME##OfVariable},
+
+struct UnaryEntry {
+    bool (FunctionFloatUnary::*query)() const;
+    Opcode opcode;
+    Opcode ofVariable;
+};
+
+constexpr UnaryEntry unaryTable[] = {EXPRCURVE_UNARY_OPERATIONS(EXPRCURVE_UNARY_TABLE_ENTRY)};
+
+#define EXPRCURVE_FORM_TABLE_ENTRY(NAME, FORM) Opcode::NAME##FORM,
+#define EXPRCURVE_BINARY_TABLE_ENTRY(NAME, OPERATION) \
+    {&FunctionFloatBinary::is##NAME, {EXPRCURVE_BINARY_FORMS(EXPRCURVE_FORM_TABLE_ENTRY, NAME)}},
+
+struct BinaryEntry {
+    bool (FunctionFloatBinary::*query)() const;
+    Opcode byForm[static_cast<int>(Form::count)];
+};
+
+constexpr BinaryEntry binaryTable[] = {EXPRCURVE_BINARY_OPERATIONS(EXPRCURVE_BINARY_TABLE_ENTRY)};
+
+// ---------------------------------------------------------------- classification
+
+enum class Kind { Constant, VariableDouble, VariableFloat, VariableInt, VariableBool,
+                  Unary, Binary, If, Opaque };
+
+// What the compiler knows of one node: its kind, its leaf operand, its
+// children and the table entry of its operator.
+struct Shape {
+    Kind kind = Kind::Opaque;
+    Operand leaf{};
+    const FunctionFloatBase* children[3] = {nullptr, nullptr, nullptr};
+    const UnaryEntry* unary = nullptr;
+    const BinaryEntry* binary = nullptr;
+};
+
+Shape leafShape(Kind kind, Operand leaf)
+{
+    Shape shape;
+    shape.kind = kind;
+    shape.leaf = leaf;
+    return shape;
+}
+
+Shape unaryShape(const FunctionFloatUnary& node)
+{
+    Shape shape;
+    if (!node.arg)
+        return shape;
+    for (const UnaryEntry& entry : unaryTable) {
+        if ((node.*entry.query)()) {
+            shape.kind = Kind::Unary;
+            shape.unary = &entry;
+            shape.children[0] = node.arg;
+            break;
+        }
+    }
+    return shape;
+}
+
+Shape binaryShape(const FunctionFloatBinary& node)
+{
+    Shape shape;
+    if (!node.arg1 || !node.arg2)
+        return shape;
+    for (const BinaryEntry& entry : binaryTable) {
+        if ((node.*entry.query)()) {
+            shape.kind = Kind::Binary;
+            shape.binary = &entry;
+            shape.children[0] = node.arg1;
+            shape.children[1] = node.arg2;
+            break;
+        }
+    }
+    return shape;
+}
+
+Shape ternaryShape(const FunctionFloatTernary& node)
+{
+    Shape shape;
+    if (node.isIf() && node.arg1 && node.arg2 && node.arg3) {
+        shape.kind = Kind::If;
+        shape.children[0] = node.arg1;
+        shape.children[1] = node.arg2;
+        shape.children[2] = node.arg3;
+    }
+    return shape;
+}
+
+// A node with a missing child or a null address stays opaque: its own
+// operator() then behaves (and asserts) exactly as the tree does.
+Shape shapeOf(const FunctionFloatBase& node)
+{
+    Operand leaf{};
+    if (const FunctionFloatConstant* constant = node.getConstantRef()) {
+        leaf.constant = constant->value;
+        return leafShape(Kind::Constant, leaf);
+    }
+    if (const FunctionFloatVariableDouble* variable = node.getVariableDoubleRef()) {
+        leaf.variable = variable->control;
+        return variable->control ? leafShape(Kind::VariableDouble, leaf) : Shape{};
+    }
+    if (const FunctionFloatVariableFloat* variable = node.getVariableFloatRef()) {
+        leaf.floatVariable = variable->control;
+        return variable->control ? leafShape(Kind::VariableFloat, leaf) : Shape{};
+    }
+    if (const FunctionFloatVariableInt* variable = node.getVariableIntRef()) {
+        leaf.intVariable = variable->control;
+        return variable->control ? leafShape(Kind::VariableInt, leaf) : Shape{};
+    }
+    if (const FunctionFloatVariableBool* variable = node.getVariableBoolRef()) {
+        // The node reads the byte, so that a byte other than 0 or 1 is defined.
+        leaf.boolByte = reinterpret_cast<const unsigned char*>(variable->control);
+        return variable->control ? leafShape(Kind::VariableBool, leaf) : Shape{};
+    }
+    if (const FunctionFloatUnary* unary = node.getUnaryRef())
+        return unaryShape(*unary);
+    if (const FunctionFloatBinary* binary = node.getBinaryRef())
+        return binaryShape(*binary);
+    if (const FunctionFloatTernary* ternary = node.getTernaryRef())
+        return ternaryShape(*ternary);
+    return Shape{};
+}
+
+int childCount(Kind kind)
+{
+    switch (kind) {
+    case Kind::Unary:
+        return 1;
+    case Kind::Binary:
+        return 2;
+    case Kind::If:
+        return 3;
+    default:
+        return 0;
+    }
+}
+
+// ---------------------------------------------------------------- compiler
+
+class Compiler {
+public:
+    explicit Compiler(const FunctionFloatBase& root)
+    {
+        findOpaqueSubtrees(root);
+        compile(root, 0);
+        emit(Opcode::Return);
+    }
+
+    std::vector<Instruction> program;
+
+private:
+    // Records every node whose subtree holds an opaque node, and answers
+    // whether `node` is one of them.
+    bool findOpaqueSubtrees(const FunctionFloatBase& node)
+    {
+        const Shape shape = shapeOf(node);
+        bool opaque = shape.kind == Kind::Opaque;
+        for (int index = 0; index < childCount(shape.kind); ++index)
+            opaque = findOpaqueSubtrees(*shape.children[index]) || opaque;
+        if (opaque)
+            holdsOpaque.insert(&node);
+        return opaque;
+    }
+
+    void emit(Opcode opcode, Operand first = {}, Operand second = {})
+    {
+        program.push_back(Instruction{opcode, first, second});
+    }
+
+    // Emits code that leaves the value of `node` in the accumulator, with
+    // `depth` values on the stack that it must keep.
+    void compile(const FunctionFloatBase& node, int depth)
+    {
+        const Shape shape = shapeOf(node);
+        switch (shape.kind) {
+        case Kind::Constant:
+            return emit(Opcode::Constant, shape.leaf);
+        case Kind::VariableDouble:
+            return emit(Opcode::VariableDouble, shape.leaf);
+        case Kind::VariableFloat:
+            return emit(Opcode::VariableFloat, shape.leaf);
+        case Kind::VariableInt:
+            return emit(Opcode::VariableInt, shape.leaf);
+        case Kind::VariableBool:
+            return emit(Opcode::VariableBool, shape.leaf);
+        case Kind::Unary:
+            return compileUnary(shape, depth);
+        case Kind::Binary:
+            return compileBinary(node, shape, depth);
+        case Kind::If:
+            return compileIf(shape, depth);
+        case Kind::Opaque:
+            break;
+        }
+        callThroughTree(node);
+    }
+
+    void callThroughTree(const FunctionFloatBase& node)
+    {
+        Operand operand{};
+        operand.node = &node;
+        emit(Opcode::CallNode, operand);
+    }
+
+    void compileUnary(const Shape& shape, int depth)
+    {
+        const Shape argument = shapeOf(*shape.children[0]);
+        if (argument.kind == Kind::VariableDouble)
+            return emit(shape.unary->ofVariable, argument.leaf);
+        compile(*shape.children[0], depth);
+        emit(shape.unary->opcode);
+    }
+
+    // The tree evaluates arg1, then arg2. Reading a variable or a constant
+    // has no effect, so a leaf operand is read inside the combining
+    // instruction, except that a variable on the left is read after the
+    // right subtree only when that subtree calls nothing through the tree
+    // (a host's node could write the variable).
+    void compileBinary(const FunctionFloatBase& node, const Shape& shape, int depth)
+    {
+        const FunctionFloatBase& left = *shape.children[0];
+        const FunctionFloatBase& right = *shape.children[1];
+        const Shape leftShape = shapeOf(left);
+        const Shape rightShape = shapeOf(right);
+        const bool leftVariable = leftShape.kind == Kind::VariableDouble;
+        const bool leftConstant = leftShape.kind == Kind::Constant;
+        const bool rightVariable = rightShape.kind == Kind::VariableDouble;
+        const bool rightConstant = rightShape.kind == Kind::Constant;
+        const auto emitForm = [&](Form form) {
+            emit(shape.binary->byForm[static_cast<int>(form)], leftShape.leaf, rightShape.leaf);
+        };
+
+        if (leftVariable && rightVariable)
+            return emitForm(Form::VariableVariable);
+        if (leftVariable && rightConstant)
+            return emitForm(Form::VariableConstant);
+        if (leftConstant && rightVariable)
+            return emitForm(Form::ConstantVariable);
+        if (rightConstant || rightVariable) {
+            compile(left, depth);
+            return emitForm(rightConstant ? Form::AccConstant : Form::AccVariable);
+        }
+        if (leftConstant || (leftVariable && holdsOpaque.count(&right) == 0)) {
+            compile(right, depth);
+            return emitForm(leftConstant ? Form::ConstantAcc : Form::VariableAcc);
+        }
+        if (depth == stackCapacity)
+            return callThroughTree(node);
+        compile(left, depth);
+        emit(Opcode::Push);
+        compile(right, depth + 1);
+        emitForm(Form::StackAcc);
+    }
+
+    void compileIf(const Shape& shape, int depth)
+    {
+        compile(*shape.children[0], depth);
+        const std::size_t jumpToElse = program.size();
+        emit(Opcode::JumpIfZero);
+        compile(*shape.children[1], depth);
+        const std::size_t jumpToEnd = program.size();
+        emit(Opcode::Jump);
+        program[jumpToElse].first.target = program.size();
+        compile(*shape.children[2], depth);
+        program[jumpToEnd].first.target = program.size();
+    }
+
+    std::unordered_set<const FunctionFloatBase*> holdsOpaque;
+};
+
+}  // namespace
+}  // namespace compiled
+
+// ---------------------------------------------------------------- the class
+
+CompiledExpression::CompiledExpression(const FunctionFloatBase* root)
+{
+    assert(root);
+    program = compiled::Compiler(*root).program;
+}
+
+CompiledExpression::~CompiledExpression() = default;
+CompiledExpression::CompiledExpression(const CompiledExpression& other) = default;
+CompiledExpression& CompiledExpression::operator=(const CompiledExpression& other) = default;
+CompiledExpression::CompiledExpression(CompiledExpression&& other) noexcept = default;
+CompiledExpression& CompiledExpression::operator=(CompiledExpression&& other) noexcept = default;
+
+std::size_t CompiledExpression::size() const
+{
+    return program.size();
+}
+
+#define EXPRCURVE_UNARY_CASES(NAME, OPERATION)                \
+    case Opcode::NAME:                                        \
+        accumulator = OPERATION(accumulator);                 \
+        break;                                                \
+    case Opcode::NAME##OfVariable:                            \
+        accumulator = OPERATION(*step->first.variable);       \
+        break;
+
+#define EXPRCURVE_BINARY_CASES(NAME, OPERATION)                                          \
+    case Opcode::NAME##StackAcc:                                                         \
+        --top;                                                                           \
+        accumulator = OPERATION(*top, accumulator);                                      \
+        break;                                                                           \
+    case Opcode::NAME##AccConstant:                                                      \
+        accumulator = OPERATION(accumulator, step->second.constant);                     \
+        break;                                                                           \
+    case Opcode::NAME##AccVariable:                                                      \
+        accumulator = OPERATION(accumulator, *step->second.variable);                    \
+        break;                                                                           \
+    case Opcode::NAME##ConstantAcc:                                                      \
+        accumulator = OPERATION(step->first.constant, accumulator);                      \
+        break;                                                                           \
+    case Opcode::NAME##VariableAcc:                                                      \
+        accumulator = OPERATION(*step->first.variable, accumulator);                     \
+        break;                                                                           \
+    case Opcode::NAME##VariableVariable:                                                 \
+        accumulator = OPERATION(*step->first.variable, *step->second.variable);          \
+        break;                                                                           \
+    case Opcode::NAME##VariableConstant:                                                 \
+        accumulator = OPERATION(*step->first.variable, step->second.constant);           \
+        break;                                                                           \
+    case Opcode::NAME##ConstantVariable:                                                 \
+        accumulator = OPERATION(step->first.constant, *step->second.variable);           \
+        break;
+
+double CompiledExpression::operator()() const
+{
+    using compiled::Opcode;
+    using namespace compiled;  // the operations named in the case lists
+    double stack[compiled::stackCapacity];
+    double* top = stack;
+    double accumulator = 0.0;
+    const Instruction* const start = program.data();
+    for (const Instruction* step = start;; ++step) {
+        switch (step->opcode) {
+        case Opcode::Return:
+            return accumulator;
+        case Opcode::Push:
+            *top++ = accumulator;
+            break;
+        case Opcode::Jump:
+            step = start + step->first.target - 1;
+            break;
+        case Opcode::JumpIfZero:
+            if (accumulator == 0.0)
+                step = start + step->first.target - 1;
+            break;
+        case Opcode::Constant:
+            accumulator = step->first.constant;
+            break;
+        case Opcode::VariableDouble:
+            accumulator = *step->first.variable;
+            break;
+        case Opcode::VariableFloat:
+            accumulator = static_cast<double>(*step->first.floatVariable);
+            break;
+        case Opcode::VariableInt:
+            accumulator = static_cast<double>(*step->first.intVariable);
+            break;
+        case Opcode::VariableBool:
+            accumulator = *step->first.boolByte != 0 ? 1.0 : 0.0;
+            break;
+        case Opcode::CallNode:
+            accumulator = (*step->first.node)();
+            break;
+            EXPRCURVE_UNARY_OPERATIONS(EXPRCURVE_UNARY_CASES)
+            EXPRCURVE_BINARY_OPERATIONS(EXPRCURVE_BINARY_CASES)
+        }
+    }
+}
+
+}  // namespace exprcurve
