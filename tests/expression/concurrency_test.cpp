@@ -23,48 +23,6 @@ std::uint64_t bitsOf(double value)
     return bits;
 }
 
-template <class Node>
-Node* binary(FunctionFloatBase* left, FunctionFloatBase* right)
-{
-    auto* node = new Node;
-    node->arg1 = left;
-    node->arg2 = right;
-    return node;
-}
-
-template <class Node>
-Node* unary(FunctionFloatBase* operand)
-{
-    auto* node = new Node;
-    node->arg = operand;
-    return node;
-}
-
-struct HostVariables {
-    double x = 0.7;
-    double t = 1.2345;
-    float y = 1.5f;
-    int n = 3;
-};
-
-// if(x > 0.5, sin(x) * rnd(2) [at t], y ^ 2) + max(j0(n), log(x))
-std::unique_ptr<FunctionFloatBase> buildTree(const HostVariables& vars)
-{
-    auto* noise = binary<FunctionFloatRnd>(new FunctionFloatConstant(2.0),
-                                           new FunctionFloatVariableDouble(&vars.t));
-    auto* choice = new FunctionFloatIf;
-    choice->arg1 = binary<FunctionFloatGrt>(new FunctionFloatVariableDouble(&vars.x),
-                                            new FunctionFloatConstant(0.5));
-    choice->arg2 = binary<FunctionFloatMul>(
-        unary<FunctionFloatSin>(new FunctionFloatVariableDouble(&vars.x)), noise);
-    choice->arg3 = binary<FunctionFloatPow>(new FunctionFloatVariableFloat(&vars.y),
-                                            new FunctionFloatConstant(2.0));
-    auto* larger = binary<FunctionFloatMax>(
-        unary<FunctionFloatJ0>(new FunctionFloatVariableInt(&vars.n)),
-        unary<FunctionFloatLog>(new FunctionFloatVariableDouble(&vars.x)));
-    return std::unique_ptr<FunctionFloatBase>(binary<FunctionFloatAdd>(choice, larger));
-}
-
 // Runs `work(index)` on threadCount threads released together.
 template <class Work>
 void runTogether(Work work)
@@ -87,8 +45,17 @@ void runTogether(Work work)
 
 TEST(Concurrency, SharedTreeEvaluatesIdenticallyOnEveryThread)
 {
-    const HostVariables vars;
-    const std::unique_ptr<FunctionFloatBase> tree = buildTree(vars);
+    double x = 0.7;
+    double t = 1.2345;
+    float y = 1.5f;
+    int n = 3;
+    FunctionParserBase parser;
+    ASSERT_TRUE(parser.insertKey("x", &x) && parser.insertKey("t", &t) &&
+                parser.insertKey("y", &y) && parser.insertKey("n", &n));
+    ParseMessage message{};
+    const std::unique_ptr<FunctionFloatBase> tree(
+        parser.parseString("if(x>0.5,sin(x)*rnd(2),y^2)+max(j0(n),log(x))", message));
+    ASSERT_EQ(message.errorCode, PARSE_OK);
     const std::uint64_t expected = bitsOf((*tree)());
     const FunctionFloatBase& shared = *tree;
 
@@ -105,9 +72,7 @@ TEST(Concurrency, FirstCallsOfInstanceShareOneParser)
 {
     std::vector<const FunctionParserBase*> seen(threadCount, nullptr);
     runTogether([&](int index) { seen[index] = &FunctionParserBase::instance(); });
-    for (const FunctionParserBase* parser : seen) {
-        EXPECT_EQ(parser, &FunctionParserBase::instance());
-    }
+    EXPECT_EQ(seen, std::vector<const FunctionParserBase*>(threadCount, &FunctionParserBase::instance()));
 }
 
 }  // namespace
