@@ -6,121 +6,70 @@
 #include <string>
 #include <vector>
 
+#include "functionfloatbase.h"
 #include "functionparserbase.h"
-#include "parservarmapper.h"
 
 namespace {
 
-using KeyList = std::vector<FunctionParserBase::keyStruct*>;
-
 // A node that answers false to every classification query.
-class OpaqueNode : public FunctionFloatBase {
-public:
+struct OpaqueNode : FunctionFloatBase {
     double operator()() const override { return 0.0; }
 };
 
-class VariableDiscovery : public ::testing::Test {
-protected:
-    VariableDiscovery()
-    {
-        parser.insertKey("a", &a);
-        parser.insertKey("b", &b);
-        parser.insertKey("c", &c);
-        parser.insertKey("n", &n);
-        parser.insertKey("flag", &flag);
-    }
-
-    KeyList varsOf(const std::string& text)
-    {
-        ParseMessage message{};
-        std::unique_ptr<FunctionFloatBase> root(parser.parseString(text, message));
-        EXPECT_TRUE(message.errors.empty()) << text;
-        return parser.getAllVars(root.get());
-    }
-
-    FunctionParserBase::keyStruct* key(const std::string& name) { return parser.getKey(name); }
-
-    double a = 1, b = 2, c = 3;
+TEST(VariableDiscovery, EachKeyOnceInFirstAppearanceOrder)
+{
+    double a = 1, b = 2, c = 3, shared = 0;
     int n = 4;
     bool flag = true;
     FunctionParserBase parser;
-};
-
-TEST_F(VariableDiscovery, TreesWithoutVariablesGiveNothing)
-{
-    EXPECT_TRUE(parser.getAllVars(nullptr).empty());
-    EXPECT_TRUE(varsOf("1").empty());
-    EXPECT_TRUE(varsOf("1+2*sin(3)-if(1,2,max(3,4))").empty());
+    for (const FunctionParserBase::keyStruct& key :
+         {FunctionParserBase::keyStruct{"a", KEY_DOUBLE, &a}, {"b", KEY_DOUBLE, &b}, {"c", KEY_DOUBLE, &c},
+          {"zz", KEY_DOUBLE, &shared}, {"mm", KEY_DOUBLE, &shared}, {"aa", KEY_FLOAT, &shared},
+          {"n", KEY_INT, &n}, {"flag", KEY_BOOL, &flag}})
+        parser.insertKey(key);
+    // Each listed key is printed by name, an unregistered leaf as "-"; a
+    // listed key must be the table's own entry.
+    const auto varsOf = [&](const FunctionFloatBase* root) {
+        std::string names;
+        for (FunctionParserBase::keyStruct* key : parser.getAllVars(root)) {
+            EXPECT_TRUE(key == nullptr || parser.getKey(key->name) == key);
+            names += (key ? key->name : "-") + " ";
+        }
+        return names;
+    };
+    const auto varsOfText = [&](const std::string& text) {
+        ParseMessage message{};
+        const std::unique_ptr<FunctionFloatBase> root(parser.parseString(text, message));
+        EXPECT_TRUE(message.errors.empty()) << text;
+        return varsOf(root.get());
+    };
     OpaqueNode opaque;
-    EXPECT_TRUE(parser.getAllVars(&opaque).empty());
-}
+    EXPECT_EQ(varsOf(nullptr) + varsOf(&opaque) + varsOfText("1+2*sin(3)-if(1,2,max(3,4))"), "");
+    EXPECT_EQ(varsOfText("a*a"), "a ");
+    EXPECT_EQ(varsOfText("b+a*b"), "b a ");
+    EXPECT_EQ(varsOfText("if(c,a,c+b)"), "c a b ");
+    EXPECT_EQ(varsOfText("flag*n+2pi"), "flag n pi ");
+    EXPECT_EQ(varsOfText("zz+mm"), "mm ");  // a shared address: the first name of the leaf's kind
 
-TEST_F(VariableDiscovery, EachKeyOnceInFirstAppearanceOrder)
-{
-    EXPECT_EQ(varsOf("a"), (KeyList{key("a")}));
-    EXPECT_EQ(varsOf("a*a"), (KeyList{key("a")}));
-    EXPECT_EQ(varsOf("b+a*b"), (KeyList{key("b"), key("a")}));
-    EXPECT_EQ(varsOf("if(c,a,c+b)"), (KeyList{key("c"), key("a"), key("b")}));
-    EXPECT_EQ(varsOf("sin(cos(b))+a"), (KeyList{key("b"), key("a")}));
-    EXPECT_EQ(varsOf("if(a,sin(b),max(a,c))"), (KeyList{key("a"), key("b"), key("c")}));
-    EXPECT_EQ(varsOf("flag*n+2pi"), (KeyList{key("flag"), key("n"), key("pi")}));
-    EXPECT_EQ(parser.getKey("pi")->type, KEY_FLOAT);
-}
-
-TEST_F(VariableDiscovery, UnregisteredLeavesShareOneNullEntry)
-{
-    // Float leaves over the address of a double key: not registered as floats.
+    // Float leaves over the address of a double key are unregistered; they
+    // share one null entry, at the place of the first.
     const float* misread = reinterpret_cast<const float*>(&b);
     auto* tree = new FunctionFloatAdd;
-    tree->arg1 = new FunctionFloatVariableDouble(&a);
     auto* rest = new FunctionFloatAdd;
-    rest->arg1 = new FunctionFloatVariableFloat(misread);
     auto* tail = new FunctionFloatMul;
+    const std::unique_ptr<FunctionFloatBase> root(tree);
+    tree->arg1 = new FunctionFloatVariableDouble(&a);
+    tree->arg2 = rest;
+    rest->arg1 = new FunctionFloatVariableFloat(misread);
+    rest->arg2 = tail;
     tail->arg1 = new FunctionFloatVariableDouble(&c);
     tail->arg2 = new FunctionFloatVariableFloat(misread);
-    rest->arg2 = tail;
-    tree->arg2 = rest;
-    std::unique_ptr<FunctionFloatBase> root(tree);
-    EXPECT_EQ(parser.getAllVars(root.get()), (KeyList{key("a"), nullptr, key("c")}));
-}
+    EXPECT_EQ(varsOf(root.get()), "a - c ");
 
-TEST_F(VariableDiscovery, SharedAddressReportsTheFirstNameOfTheLeafKind)
-{
-    double shared = 0;
-    parser.insertKey("zz", &shared);
-    parser.insertKey("mm", &shared);
-    parser.insertKey("aa", reinterpret_cast<float*>(&shared));  // another kind: never matched
-    EXPECT_EQ(varsOf("zz+mm"), (KeyList{key("mm")}));
-}
-
-TEST_F(VariableDiscovery, MapperLeavesAreFoundByAddress)
-{
-    class Mapper : public ParserVarMapper {
-    public:
-        Mapper(const double* known, const double* unknown) : known(known), unknown(unknown) {}
-        FunctionFloatBase* mapVariable(const std::string& name) override
-        {
-            if (name == "known")
-                return createDoubleVar(known);
-            return name == "unknown" ? createDoubleVar(unknown) : nullptr;
-        }
-        const double* known;
-        const double* unknown;
-    };
-    double stray = 0;
-    Mapper mapper(&c, &stray);
-    parser.setVarMapper(&mapper);
-    EXPECT_EQ(varsOf("unknown+known*a+unknown"), (KeyList{nullptr, key("c"), key("a")}));
-}
-
-TEST_F(VariableDiscovery, LeavesTheTableAsItWas)
-{
-    std::vector<std::string> before;
-    parser.getAllKeyNames(before);
-    varsOf("a+b");
-    std::vector<std::string> after;
-    parser.getAllKeyNames(after);
-    EXPECT_EQ(before, after);
+    std::vector<std::string> names;  // the table is left as it was
+    parser.getAllKeyNames(names);
+    EXPECT_EQ(names, (std::vector<std::string>{"a", "aa", "b", "c", "e", "epsilon", "flag", "mm", "n", "pi",
+                                               "zz"}));
 }
 
 }  // namespace
