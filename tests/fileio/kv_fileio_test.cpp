@@ -15,7 +15,8 @@ using Bytes = std::vector<unsigned char>;
 struct ScratchFile {
     explicit ScratchFile(const Bytes& bytes = {}) : file(std::tmpfile())
     {
-        std::fwrite(bytes.data(), 1, bytes.size(), file);
+        if (!bytes.empty())  // fwrite must not see the null data() of an empty vector
+            std::fwrite(bytes.data(), 1, bytes.size(), file);
         std::rewind(file);
     }
     ~ScratchFile() { std::fclose(file); }
