@@ -30,7 +30,6 @@
 #ifndef EXPRCURVE_COMPILEDEXPRESSION_H
 #define EXPRCURVE_COMPILEDEXPRESSION_H
 
-#include <cstddef>
 #include <vector>
 
 class FunctionFloatBase;
@@ -48,9 +47,6 @@ public:
     CompiledExpression& operator=(CompiledExpression&& other) noexcept;
 
     double operator()() const;
-
-    // The number of instructions, the final return included.
-    std::size_t size() const;
 
     struct Instruction;
 

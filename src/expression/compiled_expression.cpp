@@ -12,6 +12,7 @@
 #include <cmath>
 #include <cstdint>
 #include <math.h>  // j0, j1
+#include <optional>
 #include <unordered_set>
 #include <utility>
 
@@ -76,20 +77,37 @@ inline double minimum(double a, double b) { return a < b ? a : b; }
 // Where a binary instruction finds its operands: "Acc" is the accumulator,
 // "Stack" the value popped from the stack (always the left operand),
 // "Variable" a double read through its address, "Constant" a copied value.
+// The "Push" forms first push the accumulator, saving a dispatch whenever a
+// left value has to wait for a right operand made of two leaves.
 #define EXPRCURVE_BINARY_FORMS(X, NAME)                                               \
     X(NAME, StackAcc) X(NAME, AccConstant) X(NAME, AccVariable) X(NAME, ConstantAcc) \
     X(NAME, VariableAcc) X(NAME, VariableVariable) X(NAME, VariableConstant)         \
-    X(NAME, ConstantVariable)
+    X(NAME, ConstantVariable) X(NAME, PushVariableVariable)                          \
+    X(NAME, PushVariableConstant) X(NAME, PushConstantVariable)
 
 enum class Form { StackAcc, AccConstant, AccVariable, ConstantAcc, VariableAcc,
-                  VariableVariable, VariableConstant, ConstantVariable, count };
+                  VariableVariable, VariableConstant, ConstantVariable, PushVariableVariable,
+                  PushVariableConstant, PushConstantVariable, count };
+
+// The push form of each form that reads two leaves.
+Form pushing(Form form)
+{
+    switch (form) {
+    case Form::VariableVariable:
+        return Form::PushVariableVariable;
+    case Form::VariableConstant:
+        return Form::PushVariableConstant;
+    default:
+        return Form::PushConstantVariable;
+    }
+}
 
 #define EXPRCURVE_UNARY_OPCODES(NAME, OPERATION) NAME, NAME##OfVariable,
 #define EXPRCURVE_FORM_OPCODE(NAME, FORM) NAME##FORM,
 #define EXPRCURVE_BINARY_OPCODES(NAME, OPERATION) EXPRCURVE_BINARY_FORMS(EXPRCURVE_FORM_OPCODE, NAME)
 
+// The program ends after its last instruction; jumps may target that end.
 enum class Opcode : std::uint8_t {
-    Return,
     Push,                // pushes the accumulator
     Jump,                // to `first.target`
     JumpIfZero,          // to `first.target` when the accumulator is 0.0 or -0.0
@@ -276,7 +294,6 @@ public:
     {
         findOpaqueSubtrees(root);
         compile(root, 0);
-        emit(Opcode::Return);
     }
 
     std::vector<Instruction> program;
@@ -363,12 +380,8 @@ private:
             emit(shape.binary->byForm[static_cast<int>(form)], leftShape.leaf, rightShape.leaf);
         };
 
-        if (leftVariable && rightVariable)
-            return emitForm(Form::VariableVariable);
-        if (leftVariable && rightConstant)
-            return emitForm(Form::VariableConstant);
-        if (leftConstant && rightVariable)
-            return emitForm(Form::ConstantVariable);
+        if (const std::optional<Form> form = leafPairForm(leftShape, rightShape))
+            return emitForm(*form);
         if (rightConstant || rightVariable) {
             compile(left, depth);
             return emitForm(rightConstant ? Form::AccConstant : Form::AccVariable);
@@ -380,9 +393,39 @@ private:
         if (depth == stackCapacity)
             return callThroughTree(node);
         compile(left, depth);
-        emit(Opcode::Push);
-        compile(right, depth + 1);
+        pushThenCompile(right, depth + 1);
         emitForm(Form::StackAcc);
+    }
+
+    // The form of a binary node whose operands are both leaves it can read
+    // itself, if it has one.
+    static std::optional<Form> leafPairForm(const Shape& left, const Shape& right)
+    {
+        const bool leftVariable = left.kind == Kind::VariableDouble;
+        const bool rightVariable = right.kind == Kind::VariableDouble;
+        if (leftVariable && rightVariable)
+            return Form::VariableVariable;
+        if (leftVariable && right.kind == Kind::Constant)
+            return Form::VariableConstant;
+        if (left.kind == Kind::Constant && rightVariable)
+            return Form::ConstantVariable;
+        return std::nullopt;
+    }
+
+    // Pushes the accumulator and leaves the value of `node` in it, fusing the
+    // push into the node's instruction when that reads two leaves.
+    void pushThenCompile(const FunctionFloatBase& node, int depth)
+    {
+        const Shape shape = shapeOf(node);
+        if (shape.kind == Kind::Binary) {
+            const Shape left = shapeOf(*shape.children[0]);
+            const Shape right = shapeOf(*shape.children[1]);
+            if (const std::optional<Form> form = leafPairForm(left, right))
+                return emit(shape.binary->byForm[static_cast<int>(pushing(*form))], left.leaf,
+                            right.leaf);
+        }
+        emit(Opcode::Push);
+        compile(node, depth);
     }
 
     void compileIf(const Shape& shape, int depth)
@@ -418,11 +461,6 @@ CompiledExpression& CompiledExpression::operator=(const CompiledExpression& othe
 CompiledExpression::CompiledExpression(CompiledExpression&& other) noexcept = default;
 CompiledExpression& CompiledExpression::operator=(CompiledExpression&& other) noexcept = default;
 
-std::size_t CompiledExpression::size() const
-{
-    return program.size();
-}
-
 #define EXPRCURVE_UNARY_CASES(NAME, OPERATION)                \
     case Opcode::NAME:                                        \
         accumulator = OPERATION(accumulator);                 \
@@ -456,6 +494,18 @@ std::size_t CompiledExpression::size() const
         break;                                                                           \
     case Opcode::NAME##ConstantVariable:                                                 \
         accumulator = OPERATION(step->first.constant, *step->second.variable);           \
+        break;                                                                           \
+    case Opcode::NAME##PushVariableVariable:                                             \
+        *top++ = accumulator;                                                            \
+        accumulator = OPERATION(*step->first.variable, *step->second.variable);          \
+        break;                                                                           \
+    case Opcode::NAME##PushVariableConstant:                                             \
+        *top++ = accumulator;                                                            \
+        accumulator = OPERATION(*step->first.variable, step->second.constant);           \
+        break;                                                                           \
+    case Opcode::NAME##PushConstantVariable:                                             \
+        *top++ = accumulator;                                                            \
+        accumulator = OPERATION(step->first.constant, *step->second.variable);           \
         break;
 
 double CompiledExpression::operator()() const
@@ -466,10 +516,9 @@ double CompiledExpression::operator()() const
     double* top = stack;
     double accumulator = 0.0;
     const Instruction* const start = program.data();
-    for (const Instruction* step = start;; ++step) {
+    const Instruction* const end = start + program.size();
+    for (const Instruction* step = start; step != end; ++step) {
         switch (step->opcode) {
-        case Opcode::Return:
-            return accumulator;
         case Opcode::Push:
             *top++ = accumulator;
             break;
@@ -502,6 +551,7 @@ double CompiledExpression::operator()() const
             EXPRCURVE_BINARY_OPERATIONS(EXPRCURVE_BINARY_CASES)
         }
     }
+    return accumulator;
 }
 
 }  // namespace exprcurve
