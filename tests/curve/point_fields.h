@@ -7,6 +7,8 @@
 
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
+#include <memory>
 #include <vector>
 
 #include "splinebase.h"
@@ -31,13 +33,10 @@ inline PointInfo distinctPoint(double time, double seed, bool flag = true,
 
 inline std::vector<std::uint64_t> fieldBits(const PointInfo& p)
 {
-    std::vector<std::uint64_t> bits;
-    for (double field : {p.time, p.value, p.bezier.leftSlope, p.bezier.rightSlope, p.tcb.tension,
-                         p.tcb.continuity, p.tcb.bias, p.tcb.easeFrom, p.tcb.easeTo})
-        bits.push_back(bitsOf(field));
-    bits.push_back(static_cast<std::uint64_t>(p.type));
-    bits.push_back(p.flag);
-    return bits;
+    return {bitsOf(p.time),         bitsOf(p.value),          bitsOf(p.bezier.leftSlope),
+            bitsOf(p.bezier.rightSlope), bitsOf(p.tcb.tension), bitsOf(p.tcb.continuity),
+            bitsOf(p.tcb.bias),     bitsOf(p.tcb.easeFrom),   bitsOf(p.tcb.easeTo),
+            static_cast<std::uint64_t>(p.type), p.flag};
 }
 
 // Every field of `actual` equals that of `expected` bit for bit, except that
@@ -51,6 +50,22 @@ inline void expectFields(const PointInfo& actual, PointInfo expected, double tim
 inline void expectFields(const PointInfo& actual, const PointInfo& expected)
 {
     expectFields(actual, expected, expected.time);
+}
+
+struct Knot {
+    double time, value;
+    int type;
+};
+
+// A curve with a point per knot, the other fields zero.
+inline std::unique_ptr<SplineBase> curveOf(std::initializer_list<Knot> knots, int pre = 1, int post = 1)
+{
+    std::unique_ptr<SplineBase> curve(new SplineBase());
+    for (const Knot& k : knots)
+        curve->addPointPtr(new PointInfo{k.time, k.value, {}, {}, kv_spline::interpolationType(k.type), false});
+    curve->preExtrapolation = pre;
+    curve->postExtrapolation = post;
+    return curve;
 }
 
 inline std::vector<double> timesOf(const SplineBase& curve)
