@@ -2,9 +2,9 @@
 
 #include <limits>
 #include <string>
-#include <vector>
 
 #include "functionfloatbase.h"
+#include "curve/point_fields.h"
 #include "functionparserbase.h"
 #include "splinebase.h"
 
@@ -13,19 +13,6 @@ namespace {
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double probe = 0.0010000000474974513;  // 0.001f widened
 
-// Returns the "t" variable and remembers every value it was evaluated with.
-class RecordingTime : public FunctionFloatBase {
-public:
-    explicit RecordingTime(const double* time) : time(time) {}
-    double operator()() const override
-    {
-        seen.push_back(*time);
-        return *time;
-    }
-    const double* time;
-    mutable std::vector<double> seen;
-};
-
 // Binds "t" and "f" of the process-wide parser to its own doubles for the
 // duration of a test; the curve is (0, 0) and (2, 4), the second LINEAR.
 class ExpressionCurve : public ::testing::Test {
@@ -33,9 +20,6 @@ protected:
     void SetUp() override
     {
         bindOwn();
-        curve.addPoint(0.0, 0.0);
-        curve.addPoint(2.0, 4.0);
-        curve.setType(curve.controlPoints[1], kv_spline::LINEAR);
     }
     void TearDown() override
     {
@@ -58,7 +42,8 @@ protected:
     double scaled = -7.0;
     FunctionFloatVariableDouble timeLeaf{&time};
     FunctionFloatConstant zero{0.0};
-    SplineBase curve;
+    const std::unique_ptr<SplineBase> curvePtr = point_fields::curveOf({{0, 0, 1}, {2, 4, kv_spline::LINEAR}});
+    SplineBase& curve = *curvePtr;
 };
 
 TEST_F(ExpressionCurve, PathsAndWhatTheKeysHoldAfterwards)
@@ -99,22 +84,6 @@ TEST_F(ExpressionCurve, PathsAndWhatTheKeysHoldAfterwards)
     EXPECT_EQ(scaled, before * 25.0);
 }
 
-TEST_F(ExpressionCurve, ExpressionSeesTheTimesInOrder)
-{
-    const struct {
-        int post;
-        double t;
-        std::vector<double> seen;
-    } cases[] = {{1, 1.5, {1.0}}, {2, 3.0, {1.0}}, {3, 3.0, {1.0, 0.0, 2.0}}, {4, 3.0, {2.0, 2.0 + -probe}}};
-    for (const auto& c : cases) {
-        time = 1.0;
-        RecordingTime recorder(&time);
-        curve.postExtrapolation = c.post;
-        curve(c.t, &recorder, 25.0);
-        EXPECT_EQ(recorder.seen, c.seen) << c.post;
-    }
-}
-
 // Each kind stores the written time its own way, for "t" and "f" alike.
 TEST_F(ExpressionCurve, TimeIsStoredInTheKindOfTheKey)
 {
@@ -135,9 +104,7 @@ TEST_F(ExpressionCurve, TimeIsStoredInTheKindOfTheKey)
             double unknownKind = 4.0;
             void* const variables[] = {&flag, &whole, &single, nullptr};
             bind(name, c.kind, c.kind <= KEY_FLOAT ? variables[c.kind] : &unknownKind);
-            SplineBase at;  // writes x through the before-the-curve path
-            at.addPoint(c.x, 0.0);
-            at(c.x, &zero, 1.0);
+            (*point_fields::curveOf({{c.x, 0, 1}}))(c.x, &zero, 1.0);  // the before-the-curve path
             const double read[] = {double(flag), double(whole), double(single), unknownKind};
             EXPECT_EQ(read[c.kind <= KEY_FLOAT ? c.kind : 3], c.stored);
         }
@@ -165,11 +132,7 @@ TEST_F(ExpressionCurve, LinearPathStepsTheTimeBackInItsOwnKind)
     for (const auto& c : cases) {
         wide = 5.0;
         bind("t", c.kind, c.variable);
-        SplineBase line;
-        line.addPoint(c.lastTime - 2.0, 0.0);
-        line.addPoint(c.lastTime, 4.0);
-        line.postExtrapolation = kv_spline::EXTRAPOLATE_LINEAR;
-        line(c.lastTime + 1.0, &zero, 25.0);
+        (*point_fields::curveOf({{c.lastTime - 2.0, 0, 1}, {c.lastTime, 4, 1}}, 1, 4))(c.lastTime + 1, &zero, 25.0);
         EXPECT_EQ(scaled, c.readBack * 25.0) << c.kind << " " << c.lastTime;
     }
     EXPECT_EQ(wide, 5.0);
