@@ -325,9 +325,9 @@ void printRatio(double numerator, double denominator)
 
 void printSummary(const CollectingReporter& results)
 {
-    std::printf("\nns per evaluation (CPU time, the input rewrite of %.2f ns included); parse in "
-                "microseconds%s\n",
-                results.find(inputsOnlyName),
+    std::printf("\nns per evaluation (CPU time, the input rewrite included: %.2f ns alone); "
+                "parse in microseconds%s\n",
+                std::max(0.0, results.find(inputsOnlyName)),
 #ifdef EXPRCURVE_BENCH_MUPARSER
                 " (muparser: SetExpr + first Eval)"
 #else
