@@ -9,12 +9,16 @@
 // copyRefs(), which shares another curve's records. Such a curve must be
 // emptied with reset() before it is destroyed, cleared or loaded into.
 //
+// sample() evaluates a whole array of times with exactly the results of
+// evaluating them one at a time, faster on a sorted list.
+//
 // Evaluation and the tangent queries write nothing, so an unchanging curve
 // may be evaluated from several threads at once; the expression-driven
 // evaluation writes host variables and is single-threaded.
 #ifndef EXPRCURVE_SPLINEBASE_H
 #define EXPRCURVE_SPLINEBASE_H
 
+#include <cstddef>
 #include <cstdio>
 #include <iosfwd>
 #include <vector>
@@ -112,6 +116,25 @@ public:
     // the keys "t" and "f" (time * timeScale) of FunctionParserBase::instance()
     // before evaluating the expression, and leaves them as last written.
     double operator()(const double& t, FunctionFloatBase* expression, const double& timeScale);
+
+    // ---- bulk evaluation
+    // values[i] = (*this)(times[i]) for every i, bit for bit; `values` may be
+    // `times` itself. The list is checked once: when its times never decrease
+    // and none is NaN, each time's segment is found by walking on from the
+    // previous one (ascending times cost O(points + times) in all) or by a
+    // binary search, which gives the segment of the front-to-back scan on
+    // such a list; otherwise each time is evaluated as operator() does.
+    void sample(const double* times, double* values, std::size_t count) const;
+    // values[i] = (*this)(times[i], expression, timeScale) for i = 0, 1, ...
+    // in order, with the same writes of "t" and "f" and the same evaluations
+    // of the expression per time, so the keys are left as the last of those
+    // calls leaves them. The keys are looked up at most once per call; the
+    // expression must change neither this curve nor the parser's keys.
+    void sample(const double* times, double* values, std::size_t count,
+                FunctionFloatBase* expression, const double& timeScale);
+    std::vector<double> sample(const std::vector<double>& times) const;
+    std::vector<double> sample(const std::vector<double>& times, FunctionFloatBase* expression,
+                               const double& timeScale);
 
     double getLeftTan(const PointInfo* prev, const PointInfo* cur, const PointInfo* next) const;
     double getRightTan(const PointInfo* prev, const PointInfo* cur, const PointInfo* next) const;

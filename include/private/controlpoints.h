@@ -1,19 +1,39 @@
 // The ordered insertion that every operation adding a point to a curve goes
-// through, and the deletion of a curve's records (internal).
+// through, the scan behind every lookup by time, and the deletion of a
+// curve's records (internal).
 #ifndef EXPRCURVE_PRIVATE_CONTROLPOINTS_H
 #define EXPRCURVE_PRIVATE_CONTROLPOINTS_H
 
+#include <cstddef>
 #include <vector>
 
-struct PointInfo;
+#include "splinebase.h"
 
 namespace exprcurve_detail {
+
+// The lowest index in [from, end) whose time is not below t, or `end`. A NaN
+// time never stops the scan. findIndex and the segment search of every
+// single-time evaluation walk the list through here, so the loop is kept to
+// a load, a compare and a branch per point.
+inline std::size_t firstNotBelow(const std::vector<PointInfo*>& points, const double& t,
+                                 std::size_t from, const std::size_t end)
+{
+    const double time = t;
+    PointInfo* const* const data = points.data();
+    while (from < end && !(time <= data[from]->time))
+        ++from;
+    return from;
+}
 
 // Inserts `point` in front of the first listed point whose time is not below
 // its own (equal, greater, or not comparable), or appends it. A point
 // therefore goes before any equal times, and a NaN time goes first. Returns
 // the insertion index.
 unsigned int insertOrdered(std::vector<PointInfo*>& list, PointInfo* point);
+
+// The times never decrease along the list and none is NaN: the property
+// under which a list may be searched instead of scanned.
+bool isSortedWithoutNaN(const std::vector<PointInfo*>& list);
 
 // Builds a list by the insertion rule above, in constant time per point in
 // the common case. While the list is sorted and holds no NaN time, a point

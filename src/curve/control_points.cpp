@@ -16,8 +16,6 @@ unsigned int insertOrdered(std::vector<PointInfo*>& list, PointInfo* point)
     return static_cast<unsigned int>(index);
 }
 
-namespace {
-
 bool isSortedWithoutNaN(const std::vector<PointInfo*>& list)
 {
     for (std::size_t i = 0; i < list.size(); ++i) {
@@ -27,8 +25,6 @@ bool isSortedWithoutNaN(const std::vector<PointInfo*>& list)
     }
     return true;
 }
-
-}  // namespace
 
 OrderedBuilder::OrderedBuilder(std::vector<PointInfo*>& list)
     : list(list), sortedWithoutNaN(isSortedWithoutNaN(list))

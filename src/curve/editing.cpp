@@ -166,11 +166,7 @@ unsigned int SplineBase::findIndex(const double& t) const
         return static_cast<unsigned int>(count);
     if (count == 1)
         return 0;
-    for (std::size_t i = 0; i + 1 < count; ++i) {
-        if (t <= controlPoints[i]->time)
-            return static_cast<unsigned int>(i);
-    }
-    return static_cast<unsigned int>(count - 1);
+    return static_cast<unsigned int>(exprcurve_detail::firstNotBelow(controlPoints, t, 0, count - 1));
 }
 
 bool SplineBase::isInterior(const double& t) const

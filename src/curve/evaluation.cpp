@@ -3,12 +3,10 @@
 // The grouping of every floating-point operation below is deliberate: results
 // are compared bit for bit, so a reordering that is algebraically equal is
 // still a change.
-#include <cassert>
-
 #include "curveevaluation.h"
 #include "splinebase.h"
 
-using exprcurve_detail::CurveLocation;
+using exprcurve_detail::FrontScan;
 
 namespace {
 
@@ -106,37 +104,6 @@ double SplineBase::getTangentRightAtNode(const unsigned int& index, double& rati
 
 double SplineBase::operator()(const double& t) const
 {
-    if (controlPoints.empty())
-        return defaultValue;
-
-    const PointInfo& first = *controlPoints.front();
-    const PointInfo& last = *controlPoints.back();
-    const CurveLocation location = exprcurve_detail::locateTime(controlPoints, t);
-    if (location.region == CurveLocation::Before)
-        return preExtrapolation == kv_spline::EXTRAPOLATE_ZERO ? 0.0 : first.value;
-    if (location.region == CurveLocation::Inside)
-        return exprcurve_detail::segmentValue(*this, location.segment, t);
-
-    if (postExtrapolation == kv_spline::EXTRAPOLATE_ZERO)
-        return 0.0;
-    if (postExtrapolation == kv_spline::EXTRAPOLATE_CONSTANT || controlPoints.size() == 1)
-        return last.value;
-    if (postExtrapolation == kv_spline::EXTRAPOLATE_LINEAR) {
-        if (last.type == kv_spline::STEP)
-            return last.value;
-        return last.value + (t - last.time) * exprcurve_detail::arrivalSlope(*this);
-    }
-
-    const exprcurve_detail::CycleShift shift = exprcurve_detail::cycleShift(first, last, t);
-    const double numOffsets = shift.numOffsets;
-    assert(numOffsets >= 1.0);
-    // Only a list whose last point lies before its first gets here (a sorted
-    // one always has at least one whole period behind t); shifting by no
-    // period would come back to this same time for ever.
-    if (numOffsets < 1.0)
-        return last.value;
-    const double cycled = (*this)(shift.shiftedTime);
-    if (postExtrapolation == kv_spline::EXTRAPOLATE_CYCLE)
-        return cycled;
-    return (last.value - first.value) * numOffsets + cycled;
+    FrontScan scan(*this);
+    return exprcurve_detail::PlainEvaluation<FrontScan>(*this, scan)(t);
 }

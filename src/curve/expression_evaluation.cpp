@@ -2,7 +2,6 @@
 // out-of-range modes applied to the sum. Outside the curve the expression is
 // shown the clamped, wrapped or shifted time through the host variables behind
 // the process-wide parser's keys "t" and "f".
-#include <cassert>
 #include <cmath>
 #include <limits>
 
@@ -11,7 +10,7 @@
 #include "functionparserbase.h"
 #include "splinebase.h"
 
-using exprcurve_detail::CurveLocation;
+using exprcurve_detail::FrontScan;
 
 namespace {
 
@@ -24,19 +23,6 @@ using Key = FunctionParserBase::keyStruct;
 constexpr float linearProbeStepSingle = 0.001f;
 constexpr double linearProbeStep = static_cast<double>(linearProbeStepSingle);
 static_assert(linearProbeStep == 0.0010000000474974513, "the float constant widened");
-
-// Either key may be missing; a missing key is skipped where it would be
-// written and reads back as 0.0.
-struct TimeKeys {
-    Key* time;    // "t"
-    Key* scaled;  // "f", the time times timeScale
-};
-
-TimeKeys fetchTimeKeys()
-{
-    FunctionParserBase& parser = FunctionParserBase::instance();
-    return {parser.getKey("t"), parser.getKey("f")};
-}
 
 // Truncation toward zero. A plain conversion of NaN or of a value outside the
 // int range is undefined, so those get a defined answer: NaN gives 0 and
@@ -129,7 +115,16 @@ void stepTimeBack(const Key* key)
     }
 }
 
-// The expression shown the time x: "t" gets x, then "f" gets x * timeScale.
+}  // namespace
+
+namespace exprcurve_detail {
+
+TimeKeys fetchTimeKeys()
+{
+    FunctionParserBase& parser = FunctionParserBase::instance();
+    return {parser.getKey("t"), parser.getKey("f")};
+}
+
 double evaluateAt(const TimeKeys& keys, const double& x, FunctionFloatBase* expression,
                   const double& timeScale)
 {
@@ -138,54 +133,21 @@ double evaluateAt(const TimeKeys& keys, const double& x, FunctionFloatBase* expr
     return (*expression)();
 }
 
-}  // namespace
+double expressionSlopeBack(const TimeKeys& keys, const double& atLast,
+                           FunctionFloatBase* expression, const double& timeScale)
+{
+    stepTimeBack(keys.time);
+    writeTime(keys.scaled, readTime(keys.time) * timeScale);
+    const double beforeLast = (*expression)();
+    return (atLast - beforeLast) / linearProbeStep;
+}
+
+}  // namespace exprcurve_detail
 
 double SplineBase::operator()(const double& t, FunctionFloatBase* expression,
                               const double& timeScale)
 {
-    if (controlPoints.empty())
-        return defaultValue;
-
-    const PointInfo& first = *controlPoints.front();
-    const PointInfo& last = *controlPoints.back();
-    const CurveLocation location = exprcurve_detail::locateTime(controlPoints, t);
-
-    // Inside the curve the expression sees the keys as the caller left them.
-    if (location.region == CurveLocation::Inside) {
-        const double expressionValue = (*expression)();
-        return expressionValue + exprcurve_detail::segmentValue(*this, location.segment, t);
-    }
-
-    if (location.region == CurveLocation::Before) {
-        if (preExtrapolation == kv_spline::EXTRAPOLATE_ZERO)
-            return 0.0;
-        return evaluateAt(fetchTimeKeys(), first.time, expression, timeScale) + first.value;
-    }
-
-    if (postExtrapolation == kv_spline::EXTRAPOLATE_ZERO)
-        return 0.0;
-    const TimeKeys keys = fetchTimeKeys();
-    if (postExtrapolation == kv_spline::EXTRAPOLATE_CONSTANT || controlPoints.size() == 1)
-        return evaluateAt(keys, last.time, expression, timeScale) + last.value;
-
-    if (postExtrapolation == kv_spline::EXTRAPOLATE_LINEAR) {
-        const double atLast = evaluateAt(keys, last.time, expression, timeScale);
-        const double curveSlope = exprcurve_detail::arrivalSlope(*this);
-        stepTimeBack(keys.time);
-        writeTime(keys.scaled, readTime(keys.time) * timeScale);
-        const double beforeLast = (*expression)();
-        return ((t - last.time) * (curveSlope + (atLast - beforeLast) / linearProbeStep)) +
-               last.value + atLast;
-    }
-
-    const exprcurve_detail::CycleShift shift = exprcurve_detail::cycleShift(first, last, t);
-    const double numOffsets = shift.numOffsets;
-    assert(numOffsets >= 1.0);
-    const double shifted = evaluateAt(keys, shift.shiftedTime, expression, timeScale);
-    if (postExtrapolation == kv_spline::EXTRAPOLATE_CYCLE)
-        return shifted + (*this)(shift.shiftedTime);
-    const double atFirst = evaluateAt(keys, first.time, expression, timeScale);
-    const double atLast = evaluateAt(keys, last.time, expression, timeScale);
-    return shifted + (numOffsets * ((atLast + last.value) - (atFirst + first.value)) +
-                      (*this)(shift.shiftedTime));
+    FrontScan scan(*this);
+    return exprcurve_detail::ExpressionEvaluation<FrontScan>(*this, expression, timeScale,
+                                                             scan)(t);
 }

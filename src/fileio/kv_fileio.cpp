@@ -9,18 +9,6 @@ namespace corvane {
 namespace {
 
 template <std::size_t Width>
-bool readBytes(unsigned char (&bytes)[Width], FILE* file)
-{
-    return file != nullptr && std::fread(bytes, 1, Width, file) == Width;
-}
-
-template <std::size_t Width>
-bool writeBytes(const unsigned char (&bytes)[Width], FILE* file)
-{
-    return file != nullptr && std::fwrite(bytes, 1, Width, file) == Width;
-}
-
-template <std::size_t Width>
 std::uint64_t fromLittleEndian(const unsigned char (&bytes)[Width])
 {
     std::uint64_t bits = 0;
@@ -58,32 +46,52 @@ void fromBits(std::uint64_t bits, int& v)
 void fromBits(std::uint64_t bits, bool& v) { v = bits != 0; }
 void fromBits(std::uint64_t bits, double& v) { std::memcpy(&v, &bits, sizeof v); }
 
+// Elements move through a small byte buffer, one fread or fwrite per
+// chunk rather than per element: the FILE is locked (where the C library
+// locks at all) once per chunk. fread and fwrite count whole elements, and
+// a short read has consumed the bytes that were there and set the
+// end-of-file or error indicator, exactly as reading element by element
+// would; an element that could not be completed is not stored.
+constexpr size_t chunkBytes = 512;
+
 template <std::size_t Width, typename T>
 size_t readElements(T* values, size_t count, FILE* file)
 {
-    if (values == nullptr)
+    if (values == nullptr || file == nullptr)
         return 0;
-    for (size_t i = 0; i < count; ++i) {
-        unsigned char bytes[Width];
-        if (!readBytes(bytes, file))
-            return i;
-        fromBits(fromLittleEndian(bytes), values[i]);
+    constexpr size_t chunkElements = chunkBytes / Width;
+    unsigned char buffer[chunkElements][Width];
+    size_t done = 0;
+    while (done < count) {
+        const size_t wanted = count - done < chunkElements ? count - done : chunkElements;
+        const size_t got = std::fread(buffer, Width, wanted, file);
+        for (size_t i = 0; i < got; ++i)
+            fromBits(fromLittleEndian(buffer[i]), values[done + i]);
+        done += got;
+        if (got < wanted)
+            break;
     }
-    return count;
+    return done;
 }
 
 template <std::size_t Width, typename T>
 size_t writeElements(const T* values, size_t count, FILE* file)
 {
-    if (values == nullptr)
+    if (values == nullptr || file == nullptr)
         return 0;
-    for (size_t i = 0; i < count; ++i) {
-        unsigned char bytes[Width];
-        toLittleEndian(bitsOf(values[i]), bytes);
-        if (!writeBytes(bytes, file))
-            return i;
+    constexpr size_t chunkElements = chunkBytes / Width;
+    unsigned char buffer[chunkElements][Width];
+    size_t done = 0;
+    while (done < count) {
+        const size_t wanted = count - done < chunkElements ? count - done : chunkElements;
+        for (size_t i = 0; i < wanted; ++i)
+            toLittleEndian(bitsOf(values[done + i]), buffer[i]);
+        const size_t put = std::fwrite(buffer, Width, wanted, file);
+        done += put;
+        if (put < wanted)
+            break;
     }
-    return count;
+    return done;
 }
 
 }  // namespace
