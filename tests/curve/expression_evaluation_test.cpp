@@ -2,6 +2,7 @@
 
 #include <limits>
 #include <string>
+#include <vector>
 
 #include "functionfloatbase.h"
 #include "curve/point_fields.h"
@@ -143,6 +144,42 @@ TEST_F(ExpressionCurve, LinearPathStepsTheTimeBackInItsOwnKind)
     curve.postExtrapolation = kv_spline::EXTRAPOLATE_LINEAR;
     EXPECT_EQ(curve(3.0, &wholeLeaf, 25.0), ((3.0 - 2.0) * (2.0 + (2.0 - 1.0) / probe)) + 4.0 + 2.0);
     EXPECT_EQ(whole, 1);
+}
+
+// The times the expression is shown, in the order it is evaluated.
+class TimeRecorder : public FunctionFloatBase {
+public:
+    explicit TimeRecorder(const double* time) : time(time) {}
+    double operator()() const override
+    {
+        seen.push_back(*time);
+        return *time;
+    }
+    const double* time;
+    mutable std::vector<double> seen;
+};
+
+TEST_F(ExpressionCurve, ExpressionSeesTheTimesInOrder)
+{
+    const struct {
+        int post;
+        double t;
+        std::vector<double> seen;
+    } cases[] = {
+        {1, 1.0, {1.0}},                   // inside: as the caller left "t"
+        {1, 5.0, {2.0}},                   // hold: the last time
+        {2, 5.0, {1.0}},                   // cycle: the shifted time
+        {3, 5.0, {1.0, 0.0, 2.0}},         // cycle with offset: t', first, last
+        {4, 5.0, {2.0, 2.0 + -probe}},     // linear: last, then a step back
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.post);
+        TimeRecorder recorder(&time);
+        time = 1.0;
+        curve.postExtrapolation = c.post;
+        curve(c.t, &recorder, 25.0);
+        EXPECT_EQ(recorder.seen, c.seen);
+    }
 }
 
 TEST_F(ExpressionCurve, MissingKeysAreSkipped)
