@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
-#include <functional>
 #include <memory>
 #include <random>
 #include <string>
@@ -18,39 +17,41 @@ namespace {
 using Faults = std::vector<std::pair<int, int>>;
 
 struct DeepOutcome {
-    Faults errors;
+    std::string text;
+    Faults errors{};
     int position = -1, textSize = 0;
     double value = -1.0;
     std::size_t variables = 0;
 };
 
-// Parse, evaluate, ask for the variables and delete, all on a 1 MiB stack.
+// Parse, evaluate, ask for the variables and delete.
+void* parseInto(void* target)
+{
+    DeepOutcome& outcome = *static_cast<DeepOutcome*>(target);
+    double x = 0.5;
+    FunctionParserBase parser;
+    parser.insertKey("x", &x);
+    ParseMessage message{};
+    FunctionFloatBase* root = parser.parseString(outcome.text, message);
+    outcome.value = (*root)();
+    outcome.variables = parser.getAllVars(root).size();
+    delete root;
+    outcome.errors = message.errors;
+    outcome.position = message.position;
+    outcome.textSize = static_cast<int>(message.text.size());
+    return nullptr;
+}
+
+// Runs parseInto on a thread whose stack is 1 MiB.
 DeepOutcome parseDeep(const std::string& text)
 {
-    DeepOutcome outcome;
-    std::function<void()> task = [&] {
-        double x = 0.5;
-        FunctionParserBase parser;
-        parser.insertKey("x", &x);
-        ParseMessage message{};
-        FunctionFloatBase* root = parser.parseString(text, message);
-        outcome.value = (*root)();
-        outcome.variables = parser.getAllVars(root).size();
-        delete root;
-        outcome.errors = message.errors;
-        outcome.position = message.position;
-        outcome.textSize = static_cast<int>(message.text.size());
-    };
+    DeepOutcome outcome{text};
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setstacksize(&attributes, 1 << 20);
     pthread_t thread;
-    const auto run = [](void* work) -> void* {
-        (*static_cast<std::function<void()>*>(work))();
-        return nullptr;
-    };
-    EXPECT_EQ(pthread_create(&thread, &attributes, run, &task), 0);
-    pthread_join(thread, nullptr);
+    EXPECT_TRUE(pthread_create(&thread, &attributes, parseInto, &outcome) == 0 &&
+                pthread_join(thread, nullptr) == 0);
     pthread_attr_destroy(&attributes);
     return outcome;
 }
