@@ -1,0 +1,245 @@
+// Any byte string is a curve file: loading it, evaluating the result anywhere,
+// saving it and loading that back must neither crash nor leak, and a binary
+// round trip must give back exactly the curve that was saved.
+//
+// Input: one byte choosing the format (0 text, 1..3 binary at versions 3000,
+// 3020 and 3027), then the file's contents.
+#include <unistd.h>
+
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <limits>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "splinebase.h"
+
+namespace {
+
+constexpr unsigned int binaryVersions[] = {3000, 3020, 3027};
+
+void require(bool condition, const char* what)
+{
+    if (!condition) {
+        std::fprintf(stderr, "invariant broken: %s\n", what);
+        std::abort();
+    }
+}
+
+bool sameBits(double a, double b)
+{
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+bool samePoint(const PointInfo& a, const PointInfo& b)
+{
+    return sameBits(a.time, b.time) && sameBits(a.value, b.value) &&
+           sameBits(a.bezier.leftSlope, b.bezier.leftSlope) &&
+           sameBits(a.bezier.rightSlope, b.bezier.rightSlope) &&
+           sameBits(a.tcb.tension, b.tcb.tension) && sameBits(a.tcb.continuity, b.tcb.continuity) &&
+           sameBits(a.tcb.bias, b.tcb.bias) && sameBits(a.tcb.easeFrom, b.tcb.easeFrom) &&
+           sameBits(a.tcb.easeTo, b.tcb.easeTo) && a.type == b.type && a.flag == b.flag;
+}
+
+bool samePoints(const SplineBase& a, const SplineBase& b)
+{
+    if (a.controlPoints.size() != b.controlPoints.size())
+        return false;
+    for (std::size_t i = 0; i < a.controlPoints.size(); ++i) {
+        if (!samePoint(*a.controlPoints[i], *b.controlPoints[i]))
+            return false;
+    }
+    return a.preExtrapolation == b.preExtrapolation && a.postExtrapolation == b.postExtrapolation;
+}
+
+// A scratch file of this process, for the stream formats; memory-backed
+// where the system has it, since the text save flushes after every line.
+const std::string& scratchPath()
+{
+    static const std::string path = [] {
+        for (const char* folder : {"/dev/shm", "/tmp"}) {
+            std::string name = std::string(folder) + "/exprcurve-fuzz-XXXXXX";
+            const int fd = mkstemp(&name[0]);
+            if (fd >= 0) {
+                close(fd);
+                return name;
+            }
+        }
+        require(false, "a scratch file can be made");
+        return std::string();
+    }();
+    return path;
+}
+
+struct ScratchCleanup {
+    ~ScratchCleanup() { std::remove(scratchPath().c_str()); }
+} scratchCleanup;
+
+// Times at which every curve is evaluated: the special values, each point's
+// own time, the midpoints, and far outside.
+std::vector<double> probeTimes(const SplineBase& curve)
+{
+    const double inf = std::numeric_limits<double>::infinity();
+    std::vector<double> times = {std::numeric_limits<double>::quiet_NaN(), inf, -inf, 0.0,
+                                 -0.0, 1e300, -1e300, std::numeric_limits<double>::denorm_min()};
+    const std::vector<PointInfo*>& points = curve.controlPoints;
+    for (std::size_t i = 0; i < points.size() && i < 64; ++i) {
+        const double t = points[i]->time;
+        times.push_back(t);
+        times.push_back(t + 1e6);
+        times.push_back(t - 1e6);
+        times.push_back(t * 3.5);
+        if (i + 1 < points.size())
+            times.push_back(t + (points[i + 1]->time - t) * 0.5);
+    }
+    return times;
+}
+
+void evaluateEverywhere(const SplineBase& curve)
+{
+    volatile double sink = 0.0;
+    for (double t : probeTimes(curve))
+        sink = sink + curve(t);
+    double ratio = 0.0;
+    for (unsigned int i = 0; i <= curve.controlPoints.size() && i < 64; ++i) {
+        sink = sink + curve.getTangentLeftAtNode(i, ratio) + ratio;
+        sink = sink + curve.getTangentRightAtNode(i, ratio) + ratio;
+    }
+    if (!curve.controlPoints.empty())
+        sink = sink + curve.findIndex(curve.controlPoints.front()->time);
+}
+
+// The curve a load of `saved`'s records in list order must give: the same
+// ordered insertion, one record after the other.
+void expectReloadOf(const SplineBase& saved, const SplineBase& reloaded)
+{
+    SplineBase expected;
+    for (const PointInfo* point : saved.controlPoints)
+        expected.addPoint(*point);
+    expected.preExtrapolation = saved.preExtrapolation;
+    expected.postExtrapolation = saved.postExtrapolation;
+    require(samePoints(expected, reloaded), "a binary reload gives back the saved curve");
+    require(reloaded.curveFlag == saved.curveFlag, "a binary reload keeps curveFlag");
+}
+
+void binaryRoundTrip(SplineBase& curve)
+{
+    // The newest layout: a count, 80 bytes per point, two modes and a flag.
+    // glibc's fmemopen overwrites the last byte of a full buffer with a
+    // terminating zero when it flushes, hence one spare byte.
+    const long expectedSize = static_cast<long>(4 + 80 * curve.controlPoints.size() + 9);
+    std::vector<char> buffer(static_cast<std::size_t>(expectedSize) + 1);
+    FILE* file = fmemopen(buffer.data(), buffer.size(), "w+b");
+    require(file != nullptr, "fmemopen");
+    curve.save(file);
+    require(std::ftell(file) == expectedSize, "save writes the whole layout");
+    std::rewind(file);
+    SplineBase reloaded;
+    reloaded.load(file, 3027u);
+    std::fclose(file);
+    expectReloadOf(curve, reloaded);
+}
+
+// Text with full precision reads back exactly when every number is finite and
+// not subnormal (the stream reader refuses what strtod flags as out of range).
+bool textExact(const SplineBase& curve)
+{
+    auto plain = [](double x) { return x == 0.0 || std::isnormal(x); };
+    for (const PointInfo* p : curve.controlPoints) {
+        const double fields[] = {p->time, p->value, p->bezier.leftSlope, p->bezier.rightSlope,
+                                 p->tcb.tension, p->tcb.continuity, p->tcb.bias, p->tcb.easeFrom,
+                                 p->tcb.easeTo};
+        for (double field : fields) {
+            if (!plain(field))
+                return false;
+        }
+    }
+    return true;
+}
+
+void textRoundTrip(SplineBase& curve)
+{
+    {
+        std::ofstream out(scratchPath(), std::ios::trunc);
+        out.precision(17);
+        SplineBase::save(curve, out);
+    }
+    std::ifstream in(scratchPath());
+    std::unique_ptr<SplineBase> reloaded(SplineBase::load(in));
+    require(reloaded != nullptr, "a text load returns a curve");
+    if (textExact(curve)) {
+        SplineBase expected;
+        for (const PointInfo* point : curve.controlPoints)
+            expected.addPoint(*point);
+        expected.preExtrapolation = curve.preExtrapolation;
+        expected.postExtrapolation = curve.postExtrapolation;
+        require(samePoints(expected, *reloaded), "a full-precision text reload is exact");
+    }
+    evaluateEverywhere(*reloaded);
+}
+
+std::unique_ptr<SplineBase> loadText(const std::uint8_t* data, std::size_t size)
+{
+    {
+        std::ofstream out(scratchPath(), std::ios::binary | std::ios::trunc);
+        out.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+    }
+    std::ifstream in(scratchPath(), std::ios::binary);
+    std::unique_ptr<SplineBase> curve(SplineBase::load(in));
+    require(curve != nullptr, "a text load returns a curve");
+
+    // The same text into a curve that already has points and its own
+    // defaultValue and curveFlag, which the text load keeps.
+    SplineBase target;
+    target.addPoint(1.0, 2.0);
+    target.addPoint(-1.0, 4.0);
+    target.defaultValue = 3.5;
+    target.curveFlag = true;
+    std::ifstream again(scratchPath(), std::ios::binary);
+    SplineBase::load(&target, again);
+    require(samePoints(*curve, target), "both text loads read the same curve");
+    require(target.defaultValue == 3.5 && target.curveFlag, "a text load keeps the rest");
+    return curve;
+}
+
+std::unique_ptr<SplineBase> loadBinary(const std::uint8_t* data, std::size_t size,
+                                       unsigned int version)
+{
+    // fmemopen refuses an empty buffer.
+    std::vector<std::uint8_t> contents(data, data + size);
+    contents.push_back(0);
+    FILE* file = fmemopen(contents.data(), size == 0 ? 1 : size, "rb");
+    require(file != nullptr, "fmemopen");
+    if (size == 0)
+        std::fgetc(file);
+    auto curve = std::make_unique<SplineBase>();
+    curve->addPoint(0.5, 1.0);  // replaced by the load
+    curve->defaultValue = -2.0;
+    curve->load(file, version);
+    std::fclose(file);
+    require(curve->defaultValue == -2.0, "a binary load keeps defaultValue");
+    require(curve->modified, "a load sets modified");
+    return curve;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    if (size == 0)
+        return 0;
+    const unsigned int format = data[0] % 4;
+    std::unique_ptr<SplineBase> curve = format == 0
+                                            ? loadText(data + 1, size - 1)
+                                            : loadBinary(data + 1, size - 1, binaryVersions[format - 1]);
+    evaluateEverywhere(*curve);
+    binaryRoundTrip(*curve);
+    textRoundTrip(*curve);
+    return 0;
+}
