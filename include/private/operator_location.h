@@ -9,6 +9,8 @@
 #ifndef EXPRCURVE_PRIVATE_OPERATOR_LOCATION_H
 #define EXPRCURVE_PRIVATE_OPERATOR_LOCATION_H
 
+#include <array>
+#include <cstddef>
 #include <string_view>
 
 #include "brackets.h"
@@ -17,6 +19,33 @@ namespace exprcurve::finders {
 
 // `op` at its leftmost place outside brackets; either side may be empty.
 bool splitAtOperator(char op, std::string_view s, std::string_view& left, std::string_view& right);
+
+// Operator characters ranked by their place in a list, loosest first.
+class OperatorRanks {
+public:
+    static constexpr std::size_t unranked = 255;
+
+    // At most `unranked` characters, none of them a bracket.
+    explicit OperatorRanks(std::string_view loosestFirst);
+
+    std::size_t rankOf(char c) const { return ranks[static_cast<unsigned char>(c)]; }
+
+private:
+    std::array<unsigned char, 256> ranks;
+};
+
+// The operator that splitAtOperator, asked for each ranked character from the
+// loosest on, would find first, found in one pass: the loosest one that
+// occurs outside brackets, at its leftmost place. `rank` gets its rank.
+//
+// A caller that knows that no operator looser than `loosestPossible` stands
+// outside brackets in `s` says so, and the pass ends at the first operator of
+// that rank. The pieces of a split are such texts: neither holds an operator
+// looser than the one split at outside brackets, and the left one not even
+// that one.
+bool splitAtLoosestOperator(const OperatorRanks& ranks, std::string_view s, std::size_t& rank,
+                            std::string_view& left, std::string_view& right,
+                            std::size_t loosestPossible = 0);
 
 // name(first,second): `second` runs to the closing bracket and may itself
 // hold commas.

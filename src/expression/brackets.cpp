@@ -1,7 +1,5 @@
-// The enclosure test over a tabled text; see brackets.h.
+// The enclosure test, scanned or tabled; see brackets.h.
 #include "brackets.h"
-
-#include <functional>
 
 namespace exprcurve::brackets {
 
@@ -46,13 +44,6 @@ std::vector<std::size_t> tableNextOpeners(std::string_view text)
 
 }  // namespace
 
-bool EnclosureIndex::contains(std::string_view window) const
-{
-    const std::less_equal<const char*> notAfter;
-    return notAfter(text.data(), window.data())
-           && notAfter(window.data() + window.size(), text.data() + text.size());
-}
-
 bool EnclosureIndex::encloses(std::string_view window) const
 {
     if (window.empty())
@@ -61,12 +52,9 @@ bool EnclosureIndex::encloses(std::string_view window) const
     return enclosesRange(begin, begin + window.size() - 1);
 }
 
-std::size_t EnclosureIndex::countEnclosingPairs(std::string_view window) const
+std::size_t EnclosureIndex::countPairsFrom(std::size_t begin, std::size_t size) const
 {
-    if (window.empty())
-        return 0;
-    std::size_t begin = offsetOf(window);
-    std::size_t last = begin + window.size() - 1;
+    std::size_t last = begin + size - 1;
     std::size_t pairs = 0;
     while (begin < last && enclosesRange(begin, last)) {
         ++begin;
@@ -83,15 +71,33 @@ bool EnclosureIndex::enclosesRange(std::size_t begin, std::size_t last) const
     const char opener = text[begin];
     if (!isOpener(opener) || text[last] != closerOf(opener))
         return false;
-    if (nextOpenerAtSameBalance.empty())
-        nextOpenerAtSameBalance = tableNextOpeners(text);
-    const std::size_t next = nextOpenerAtSameBalance[begin];
-    return next == none || next > last;
+    return noOpenerAtDepthZero(begin, last);
 }
 
-std::size_t EnclosureIndex::offsetOf(std::string_view window) const
+// The scan from the character after the opener to the last one, with the
+// depth starting at 1 and only the opener's kind counted, or its tabled
+// answer.
+bool EnclosureIndex::noOpenerAtDepthZero(std::size_t begin, std::size_t last) const
 {
-    return static_cast<std::size_t>(window.data() - text.data());
+    if (!scansText) {
+        if (nextOpenerAtSameBalance.empty())
+            nextOpenerAtSameBalance = tableNextOpeners(text);
+        const std::size_t next = nextOpenerAtSameBalance[begin];
+        return next == none || next > last;
+    }
+    const char opener = text[begin];
+    const char closer = closerOf(opener);
+    std::ptrdiff_t depth = 1;
+    for (std::size_t p = begin + 1; p <= last; ++p) {
+        if (text[p] == opener) {
+            if (depth == 0)
+                return false;
+            ++depth;
+        } else if (text[p] == closer) {
+            --depth;
+        }
+    }
+    return true;
 }
 
 }  // namespace exprcurve::brackets

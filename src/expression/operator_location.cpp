@@ -51,6 +51,38 @@ bool splitAtOperator(char op, std::string_view s, std::string_view& left, std::s
     return true;
 }
 
+OperatorRanks::OperatorRanks(std::string_view loosestFirst)
+{
+    ranks.fill(static_cast<unsigned char>(unranked));
+    for (std::size_t rank = loosestFirst.size(); rank-- > 0;)
+        ranks[static_cast<unsigned char>(loosestFirst[rank])] = static_cast<unsigned char>(rank);
+}
+
+bool splitAtLoosestOperator(const OperatorRanks& ranks, std::string_view s, std::size_t& rank,
+                            std::string_view& left, std::string_view& right,
+                            std::size_t loosestPossible)
+{
+    std::size_t loosest = OperatorRanks::unranked;
+    std::size_t at = none;
+    // An operator is kept only when it is looser than every one met before,
+    // so each rank is kept at its leftmost place; the loosest possible one
+    // ends the pass.
+    brackets::scanOutsideBrackets(s, [&](std::size_t position) {
+        const std::size_t found = ranks.rankOf(s[position]);
+        if (found < loosest) {
+            loosest = found;
+            at = position;
+        }
+        return loosest <= loosestPossible;
+    });
+    if (at == none)
+        return false;
+    rank = loosest;
+    left = s.substr(0, at);
+    right = s.substr(at + 1);
+    return true;
+}
+
 bool splitTwoArgumentCall(const brackets::EnclosureIndex& enclosure, std::string_view name,
                           std::string_view s, std::string_view& first, std::string_view& second)
 {

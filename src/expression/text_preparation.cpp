@@ -5,14 +5,17 @@
 
 #include "brackets.h"
 #include "functionparserbase.h"
+#include "numberreading.h"
 
 namespace brackets = exprcurve::brackets;
 
 namespace {
 
-bool isAlnumByte(char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0; }
+// The decimal digits are the same ten bytes in every locale, and the letters
+// and digits (isalnum) are exactly isalpha plus isdigit, so each byte needs at
+// most one call into the locale-dependent classification.
+bool isDigitByte(char c) { return c >= '0' && c <= '9'; }
 bool isAlphaByte(char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; }
-bool isDigitByte(char c) { return std::isdigit(static_cast<unsigned char>(c)) != 0; }
 bool isSpaceByte(char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; }
 char lowerByte(char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); }
 
@@ -26,30 +29,34 @@ struct NormaliserState {
     bool pendingSpace = false;  // white space skipped since the last copied character
 };
 
-void appendAlnum(char c, NormaliserState& state, std::string& out)
+// The appenders write through `out`, which has room for two characters per
+// input character: each one yields at most itself and one "*".
+
+// `isLetter`: c is a letter rather than a digit.
+void appendAlnum(char c, bool isLetter, NormaliserState& state, char*& out)
 {
     if (state.pendingSpace && state.prevAlnum) {
-        out += '*';
+        *out++ = '*';
         state.inNumber = false;
-    } else if (state.inNumber && isAlphaByte(c)) {
-        out += '*';
+    } else if (state.inNumber && isLetter) {
+        *out++ = '*';
         state.inNumber = false;
     } else if (state.afterClose) {
-        out += '*';
+        *out++ = '*';
     }
-    out += lowerByte(c);
+    *out++ = isLetter ? lowerByte(c) : c;  // case mapping leaves digits alone
     state.prevAlnum = true;
-    if (isAlphaByte(c))
+    if (isLetter)
         state.hasAlpha = true;
-    if (isDigitByte(c))
+    else
         state.inNumber = true;
     state.pendingSpace = false;
     state.afterClose = false;
 }
 
-void appendOther(char c, NormaliserState& state, std::string& out)
+void appendOther(char c, NormaliserState& state, char*& out)
 {
-    out += c;
+    *out++ = c;
     state.afterClose = brackets::isCloser(c);
     state.prevAlnum = false;
     state.hasAlpha = false;
@@ -61,20 +68,23 @@ void appendOther(char c, NormaliserState& state, std::string& out)
 
 std::string FunctionParserBase::firstParse(const std::string& expression)
 {
-    std::string out;
-    out.reserve(expression.size());
+    std::string normalised(2 * expression.size(), '\0');
+    char* out = normalised.data();
     NormaliserState state;
     for (const char c : expression) {
         if (brackets::isOpener(c) && ((state.inNumber && !state.hasAlpha) || state.afterClose))
-            out += '*';
-        if (isAlnumByte(c))
-            appendAlnum(c, state, out);
+            *out++ = '*';
+        const bool isDigit = isDigitByte(c);
+        const bool isLetter = !isDigit && isAlphaByte(c);
+        if (isDigit || isLetter)
+            appendAlnum(c, isLetter, state, out);
         else if (isSpaceByte(c))
             state.pendingSpace = true;
         else
             appendOther(c, state, out);
     }
-    return out;
+    normalised.resize(static_cast<std::size_t>(out - normalised.data()));
+    return normalised;
 }
 
 bool FunctionParserBase::startsWith(const std::string& s, const std::string& prefix)
@@ -84,11 +94,7 @@ bool FunctionParserBase::startsWith(const std::string& s, const std::string& pre
 
 bool FunctionParserBase::isAValidNumber(const std::string& s)
 {
-    for (const char c : s) {
-        if (!isDigitByte(c) && c != '-' && c != '.')
-            return false;
-    }
-    return true;
+    return exprcurve::numbers::holdsOnlyNumberCharacters(s);
 }
 
 bool FunctionParserBase::hasFirstParentesis(const std::string& s)

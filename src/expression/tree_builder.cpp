@@ -10,19 +10,22 @@
 // and the recursion is cut at FunctionParserBase::maxParseDepth: parsing,
 // evaluating and deleting a tree all recurse once per level, and a small
 // thread stack must survive every input text.
+#include <array>
+#include <map>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <string_view>
 
 #include "brackets.h"
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
+#include "numberreading.h"
 #include "operator_location.h"
 #include "parservarmapper.h"
 
 namespace brackets = exprcurve::brackets;
 namespace finders = exprcurve::finders;
+namespace numbers = exprcurve::numbers;
 
 #if defined(__GNUC__)
 #define EXPRCURVE_NOINLINE __attribute__((noinline))
@@ -56,6 +59,18 @@ const BinaryOperatorForm binaryOperatorForms[] = {
     {FT_DIV, create<FunctionFloatBinary, FunctionFloatDiv>},
     {FT_POW, create<FunctionFloatBinary, FunctionFloatPow>},
 };
+
+// The characters of binaryOperatorForms, ranked in the same order.
+const finders::OperatorRanks& binaryOperatorRanks()
+{
+    static const finders::OperatorRanks ranks = [] {
+        std::string characters;
+        for (const BinaryOperatorForm& form : binaryOperatorForms)
+            characters += tableInfo[form.type].opChar;
+        return finders::OperatorRanks(characters);
+    }();
+    return ranks;
+}
 
 struct TwoArgumentForm {
     std::string_view name;
@@ -121,37 +136,89 @@ FunctionFloatBase* createVariableLeaf(const FunctionParserBase::keyStruct& key)
     }
 }
 
-// Formatted stream input: reading stops at the first character that cannot
-// continue a number ('1.5.2' reads 1.5); 0 when nothing can be read.
-double readNumber(const std::string& text)
+// A call form's name is all that stands before the text's first bracket; a
+// text without brackets has a name that no call form matches.
+std::string_view callNameOf(std::string_view t)
 {
-    std::istringstream in(text);
-    double value = 0.0;
-    in >> value;
-    return value;
+    std::size_t end = 0;
+    while (end < t.size() && !brackets::isBracket(t[end]))
+        ++end;
+    return t.substr(0, end);
 }
+
+// The key table's answers for the names met so far in one parse. A name
+// usually comes back several times in a text, and each ordered-map search
+// compares whole strings. Without a mapper no host code runs during the parse
+// to change the table, so an answer stays valid to its end; with one, every
+// name is searched afresh.
+class KeyLookups {
+public:
+    using KeyMap = std::map<std::string, FunctionParserBase::keyStruct>;
+
+    KeyLookups(const KeyMap& keyMap, bool remembers) : keyMap(keyMap), remembers(remembers) {}
+
+    // The key named `name`, or null.
+    const FunctionParserBase::keyStruct* find(std::string_view name)
+    {
+        for (std::size_t i = 0; i < count; ++i) {
+            if (sameText(known[i].name, name))
+                return known[i].key;
+        }
+        const auto found = keyMap.find(std::string(name));
+        const FunctionParserBase::keyStruct* key = found == keyMap.end() ? nullptr : &found->second;
+        if (remembers && count < known.size())
+            known[count++] = {name, key};
+        return key;
+    }
+
+private:
+    // Names are short: a plain loop beats a call to memcmp.
+    static bool sameText(std::string_view a, std::string_view b)
+    {
+        if (a.size() != b.size())
+            return false;
+        for (std::size_t i = 0; i < a.size(); ++i) {
+            if (a[i] != b[i])
+                return false;
+        }
+        return true;
+    }
+
+    struct Answer {
+        std::string_view name;
+        const FunctionParserBase::keyStruct* key;
+    };
+
+    const KeyMap& keyMap;
+    const bool remembers;
+    std::array<Answer, 8> known{};
+    std::size_t count = 0;
+};
 
 class TreeBuilder {
 public:
     TreeBuilder(FunctionParserBase& parser, ParseMessage& message, std::string_view text)
-        : parser(parser), message(message), textEnclosure(text), timeKeyEnclosure(timeKeyText)
+        : parser(parser), message(message), textEnclosure(text), timeKeyEnclosure(timeKeyText),
+          keyLookups(parser.keyMap, !parser.varMapper)
     {
     }
 
-    FunctionFloatBase* build(std::string_view s);
+    // `loosestPossible`: the rank of the loosest operator that can stand
+    // outside brackets in `s` (see splitAtLoosestOperator).
+    FunctionFloatBase* build(std::string_view s, std::size_t loosestPossible = 0);
 
 private:
-    FunctionFloatBase* buildOperator(std::string_view t);
-    FunctionFloatBase* buildIf(std::string_view t);
-    FunctionFloatBase* buildTwoArgumentCall(std::string_view t);
-    FunctionFloatBase* buildOneArgumentCall(std::string_view t);
+    FunctionFloatBase* buildOperator(std::string_view t, std::size_t loosestPossible);
+    FunctionFloatBase* buildIf(std::string_view t, std::string_view callName);
+    FunctionFloatBase* buildTwoArgumentCall(std::string_view t, std::string_view callName);
+    FunctionFloatBase* buildOneArgumentCall(std::string_view t, std::string_view callName);
     FunctionFloatBase* buildRandom(std::string_view argument);
     EXPRCURVE_NOINLINE FunctionFloatBase* buildOperand(std::string_view t);
     EXPRCURVE_NOINLINE FunctionFloatBase* cutOff(std::string_view s);
 
-    FunctionFloatBase* mappedVariable(const std::string& name);
-    FunctionFloatBase* keyVariable(const std::string& name);
-    FunctionFloatBase* numberOrFault(const std::string& name);
+    FunctionFloatBase* mappedVariable(std::string_view name);
+    FunctionFloatBase* keyVariable(std::string_view name);
+    FunctionFloatBase* numberOrFault(std::string_view name);
     void recordFault(int position, int faultLength, int code);
     const brackets::EnclosureIndex& enclosureOf(std::string_view s) const;
 
@@ -160,10 +227,12 @@ private:
     // Every text parsed is a piece of the whole text, or the time key.
     const brackets::EnclosureIndex textEnclosure;
     const brackets::EnclosureIndex timeKeyEnclosure;
+    KeyLookups keyLookups;
+    numbers::NumberReader numberReader;
     int depth = 0;  // levels entered and not yet finished
 };
 
-FunctionFloatBase* TreeBuilder::build(std::string_view s)
+FunctionFloatBase* TreeBuilder::build(std::string_view s, std::size_t loosestPossible)
 {
     if (depth >= FunctionParserBase::maxParseDepth)
         return cutOff(s);
@@ -172,14 +241,19 @@ FunctionFloatBase* TreeBuilder::build(std::string_view s)
     message.position += static_cast<int>(pairs);
     const std::string_view t = s.substr(pairs, s.size() - 2 * pairs);
     // Each form has a frame of its own, so a level's frame holds only the
-    // pieces of the form that matched.
-    FunctionFloatBase* node = buildOperator(t);
-    if (!node)
-        node = buildIf(t);
-    if (!node)
-        node = buildTwoArgumentCall(t);
-    if (!node)
-        node = buildOneArgumentCall(t);
+    // pieces of the form that matched. Inside a removed pair any operator can
+    // stand outside brackets again.
+    FunctionFloatBase* node = buildOperator(t, pairs == 0 ? loosestPossible : 0);
+    // A call form's name stands right before a bracket, so only the form of
+    // the call name can match, and none in a text without brackets.
+    const std::string_view callName = node ? std::string_view() : callNameOf(t);
+    if (!node && callName.size() < t.size()) {
+        node = buildIf(t, callName);
+        if (!node)
+            node = buildTwoArgumentCall(t, callName);
+        if (!node)
+            node = buildOneArgumentCall(t, callName);
+    }
     if (!node)
         node = buildOperand(t);
     message.position += static_cast<int>(pairs);
@@ -187,24 +261,24 @@ FunctionFloatBase* TreeBuilder::build(std::string_view s)
     return node;
 }
 
-FunctionFloatBase* TreeBuilder::buildOperator(std::string_view t)
+FunctionFloatBase* TreeBuilder::buildOperator(std::string_view t, std::size_t loosestPossible)
 {
-    for (const BinaryOperatorForm& form : binaryOperatorForms) {
-        std::string_view left;
-        std::string_view right;
-        if (!finders::splitAtOperator(tableInfo[form.type].opChar, t, left, right))
-            continue;
-        std::unique_ptr<FunctionFloatBinary> node(form.create());
-        node->arg1 = build(left);
-        message.position += 1;  // the operator
-        node->arg2 = build(right);
-        return node.release();
-    }
-    return nullptr;
+    std::size_t rank = 0;
+    std::string_view left;
+    std::string_view right;
+    if (!finders::splitAtLoosestOperator(binaryOperatorRanks(), t, rank, left, right, loosestPossible))
+        return nullptr;
+    std::unique_ptr<FunctionFloatBinary> node(binaryOperatorForms[rank].create());
+    node->arg1 = build(left, rank + 1);
+    message.position += 1;  // the operator
+    node->arg2 = build(right, rank);
+    return node.release();
 }
 
-FunctionFloatBase* TreeBuilder::buildIf(std::string_view t)
+FunctionFloatBase* TreeBuilder::buildIf(std::string_view t, std::string_view callName)
 {
+    if (callName != ifName)
+        return nullptr;
     std::string_view first;
     std::string_view second;
     std::string_view third;
@@ -221,9 +295,11 @@ FunctionFloatBase* TreeBuilder::buildIf(std::string_view t)
     return node.release();
 }
 
-FunctionFloatBase* TreeBuilder::buildTwoArgumentCall(std::string_view t)
+FunctionFloatBase* TreeBuilder::buildTwoArgumentCall(std::string_view t, std::string_view callName)
 {
     for (const TwoArgumentForm& form : twoArgumentForms) {
+        if (callName != form.name)
+            continue;
         std::string_view first;
         std::string_view second;
         if (!finders::splitTwoArgumentCall(enclosureOf(t), form.name, t, first, second))
@@ -239,9 +315,11 @@ FunctionFloatBase* TreeBuilder::buildTwoArgumentCall(std::string_view t)
     return nullptr;
 }
 
-FunctionFloatBase* TreeBuilder::buildOneArgumentCall(std::string_view t)
+FunctionFloatBase* TreeBuilder::buildOneArgumentCall(std::string_view t, std::string_view callName)
 {
     for (const OneArgumentForm& form : oneArgumentForms) {
+        if (callName != form.name)
+            continue;
         std::string_view argument;
         if (!finders::splitOneArgumentCall(form.name, t, argument))
             continue;
@@ -267,36 +345,35 @@ FunctionFloatBase* TreeBuilder::buildRandom(std::string_view argument)
 FunctionFloatBase* TreeBuilder::buildOperand(std::string_view t)
 {
     message.atStart = false;
-    const std::string name(t);
-    FunctionFloatBase* node = mappedVariable(name);
+    FunctionFloatBase* node = mappedVariable(t);
     if (!node)
-        node = keyVariable(name);
+        node = keyVariable(t);
     if (!node)
-        node = numberOrFault(name);
+        node = numberOrFault(t);
     message.position += length(t);
     return node;
 }
 
-FunctionFloatBase* TreeBuilder::mappedVariable(const std::string& name)
+FunctionFloatBase* TreeBuilder::mappedVariable(std::string_view name)
 {
-    return parser.varMapper ? parser.varMapper->mapVariable(name) : nullptr;
+    return parser.varMapper ? parser.varMapper->mapVariable(std::string(name)) : nullptr;
 }
 
-FunctionFloatBase* TreeBuilder::keyVariable(const std::string& name)
+FunctionFloatBase* TreeBuilder::keyVariable(std::string_view name)
 {
-    const auto found = parser.keyMap.find(name);
-    if (found == parser.keyMap.end())
+    const FunctionParserBase::keyStruct* key = keyLookups.find(name);
+    if (!key)
         return nullptr;
-    FunctionFloatBase* leaf = createVariableLeaf(found->second);
+    FunctionFloatBase* leaf = createVariableLeaf(*key);
     if (leaf)
-        leaf->text = found->second.name;
+        leaf->text = key->name;
     return leaf;
 }
 
-FunctionFloatBase* TreeBuilder::numberOrFault(const std::string& name)
+FunctionFloatBase* TreeBuilder::numberOrFault(std::string_view name)
 {
-    const double value = readNumber(name);
-    if (parser.isAValidNumber(name))
+    const double value = numberReader.read(name);
+    if (numbers::holdsOnlyNumberCharacters(name))
         return new FunctionFloatConstant(value);
     // A stray bracket is reported on its own character; anything else over
     // the whole operand. The empty text is a valid number, so `name` has a
