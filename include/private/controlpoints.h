@@ -4,6 +4,7 @@
 #ifndef EXPRCURVE_PRIVATE_CONTROLPOINTS_H
 #define EXPRCURVE_PRIVATE_CONTROLPOINTS_H
 
+#include <cmath>
 #include <cstddef>
 #include <vector>
 
@@ -31,9 +32,13 @@ inline std::size_t firstNotBelow(const std::vector<PointInfo*>& points, const do
 // the insertion index.
 unsigned int insertOrdered(std::vector<PointInfo*>& list, PointInfo* point);
 
-// The times never decrease along the list and none is NaN: the property
-// under which a list may be searched instead of scanned.
-bool isSortedWithoutNaN(const std::vector<PointInfo*>& list);
+// Whether `time` may follow `previous` in a list whose times never decrease
+// and hold no NaN: the property under which a list may be searched or
+// appended to instead of scanned. The first time of a list follows -inf.
+inline bool staysSortedWithoutNaN(const double& previous, const double& time)
+{
+    return !std::isnan(time) && !(previous > time);
+}
 
 // Builds a list by the insertion rule above, in constant time per point in
 // the common case. While the list is sorted and holds no NaN time, a point

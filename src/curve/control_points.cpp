@@ -1,6 +1,7 @@
 #include "controlpoints.h"
 
 #include <cmath>
+#include <limits>
 
 #include "splinebase.h"
 
@@ -16,15 +17,20 @@ unsigned int insertOrdered(std::vector<PointInfo*>& list, PointInfo* point)
     return static_cast<unsigned int>(index);
 }
 
+namespace {
+
 bool isSortedWithoutNaN(const std::vector<PointInfo*>& list)
 {
-    for (std::size_t i = 0; i < list.size(); ++i) {
-        const double time = list[i]->time;
-        if (std::isnan(time) || (i > 0 && list[i - 1]->time > time))
+    double previous = -std::numeric_limits<double>::infinity();
+    for (const PointInfo* point : list) {
+        if (!staysSortedWithoutNaN(previous, point->time))
             return false;
+        previous = point->time;
     }
     return true;
 }
+
+}  // namespace
 
 OrderedBuilder::OrderedBuilder(std::vector<PointInfo*>& list)
     : list(list), sortedWithoutNaN(isSortedWithoutNaN(list))

@@ -9,6 +9,7 @@
 // it. Any other list is evaluated time by time.
 #include <algorithm>
 #include <cstddef>
+#include <limits>
 #include <vector>
 
 #include "controlpoints.h"
@@ -30,12 +31,22 @@ namespace {
 // is the boundary that any search for it finds.
 class SortedWalk {
 public:
+    // Reads the list's times once, and tells through walkable() whether they
+    // never decrease and hold no NaN, which is what the walk needs.
     explicit SortedWalk(const SplineBase& curve) : curve(curve)
     {
-        times.reserve(curve.controlPoints.size());
-        for (const PointInfo* point : curve.controlPoints)
-            times.push_back(point->time);
+        const std::vector<PointInfo*>& points = curve.controlPoints;
+        times.reserve(points.size());
+        double previous = -std::numeric_limits<double>::infinity();
+        for (const PointInfo* point : points) {
+            if (!exprcurve_detail::staysSortedWithoutNaN(previous, point->time))
+                return;
+            previous = point->time;
+            times.push_back(previous);
+        }
     }
+
+    bool walkable() const { return !times.empty() && times.size() == curve.controlPoints.size(); }
 
     CurveLocation locate(const double& t)
     {
@@ -99,22 +110,16 @@ private:
     exprcurve_detail::SegmentShape shape{};
 };
 
-bool canWalk(const SplineBase& curve)
-{
-    return !curve.controlPoints.empty()
-           && exprcurve_detail::isSortedWithoutNaN(curve.controlPoints);
-}
-
 }  // namespace
 
 void SplineBase::sample(const double* times, double* values, std::size_t count) const
 {
-    if (!canWalk(*this)) {
+    SortedWalk walk(*this);
+    if (!walk.walkable()) {
         for (std::size_t i = 0; i < count; ++i)
             values[i] = (*this)(times[i]);
         return;
     }
-    SortedWalk walk(*this);
     const PlainEvaluation<SortedWalk> evaluate(*this, walk);
     for (std::size_t i = 0; i < count; ++i) {
         // A time inside the curve goes straight to its segment, which is all
@@ -130,12 +135,12 @@ void SplineBase::sample(const double* times, double* values, std::size_t count) 
 void SplineBase::sample(const double* times, double* values, std::size_t count,
                         FunctionFloatBase* expression, const double& timeScale)
 {
-    if (!canWalk(*this)) {
+    SortedWalk walk(*this);
+    if (!walk.walkable()) {
         for (std::size_t i = 0; i < count; ++i)
             values[i] = (*this)(times[i], expression, timeScale);
         return;
     }
-    SortedWalk walk(*this);
     ExpressionEvaluation<SortedWalk> evaluate(*this, expression, timeScale, walk);
     for (std::size_t i = 0; i < count; ++i)
         values[i] = evaluate(times[i]);
