@@ -3,10 +3,10 @@
 // against asking for each operator in turn.
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <random>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 #include "brackets.h"
 #include "operator_location.h"
@@ -26,14 +26,26 @@ std::string randomText(std::mt19937& random, std::string_view alphabet, std::siz
 
 constexpr std::string_view operatorsLoosestFirst = "|&=><+-*/^";
 
-// What asking splitAtOperator for each operator, loosest first, finds.
-bool splitInTurn(std::string_view s, std::size_t& rank, std::string_view& left, std::string_view& right)
+// Found or not, rank, left, right.
+using Split = std::tuple<bool, std::size_t, std::string_view, std::string_view>;
+
+Split splitInTurn(std::string_view s)
 {
-    for (rank = 0; rank < operatorsLoosestFirst.size(); ++rank) {
-        if (finders::splitAtOperator(operatorsLoosestFirst[rank], s, left, right))
-            return true;
+    Split split{};
+    for (std::size_t rank = 0; rank < operatorsLoosestFirst.size(); ++rank) {
+        if (finders::splitAtOperator(operatorsLoosestFirst[rank], s, std::get<2>(split), std::get<3>(split)))
+            return {true, rank, std::get<2>(split), std::get<3>(split)};
     }
-    return false;
+    return split;
+}
+
+Split splitInOnePass(std::string_view s, std::size_t loosestPossible)
+{
+    static const finders::OperatorRanks ranks(operatorsLoosestFirst);
+    Split split{};
+    std::get<0>(split) = finders::splitAtLoosestOperator(ranks, s, std::get<1>(split), std::get<2>(split),
+                                                         std::get<3>(split), loosestPossible);
+    return split;
 }
 
 }  // namespace
@@ -45,10 +57,9 @@ TEST(SearchStrategies, ScannedAndTabledEnclosureAgreeOnEveryWindow)
         const std::string text = randomText(random, "(){}a", 16);
         const brackets::EnclosureIndex scanned(text, text.size());
         const brackets::EnclosureIndex tabled(text, 0);
-        const std::string_view view(text);
         for (std::size_t begin = 0; begin <= text.size(); ++begin) {
             for (std::size_t size = 0; begin + size <= text.size(); ++size) {
-                const std::string_view window = view.substr(begin, size);
+                const std::string_view window = std::string_view(text).substr(begin, size);
                 EXPECT_EQ(scanned.encloses(window), tabled.encloses(window)) << text << " @" << begin << "+" << size;
                 EXPECT_EQ(scanned.countEnclosingPairs(window), tabled.countEnclosingPairs(window)) << text;
             }
@@ -56,45 +67,19 @@ TEST(SearchStrategies, ScannedAndTabledEnclosureAgreeOnEveryWindow)
     }
 }
 
+// The pieces of a split are searched again with what the split tells about
+// them, and must split as they would from scratch.
 TEST(SearchStrategies, OnePassSplitFindsWhatTheOperatorsInTurnFind)
 {
-    const finders::OperatorRanks ranks(operatorsLoosestFirst);
     std::mt19937 random(11);
     for (int i = 0; i < 20000; ++i) {
         const std::string text = randomText(random, "|&=><+-*/^(){}ab", 14);
-        std::size_t expectedRank = 0;
-        std::string_view expectedLeft;
-        std::string_view expectedRight;
-        const bool expected = splitInTurn(text, expectedRank, expectedLeft, expectedRight);
-        std::size_t rank = 0;
-        std::string_view left;
-        std::string_view right;
-        ASSERT_EQ(finders::splitAtLoosestOperator(ranks, text, rank, left, right), expected) << text;
-        if (!expected)
-            continue;
-        EXPECT_EQ(rank, expectedRank) << text;
-        EXPECT_EQ(left, expectedLeft) << text;
-        EXPECT_EQ(right, expectedRight) << text;
-        // The pieces, searched with what the split tells about them, split
-        // as they would from scratch.
-        const std::string_view pieces[] = {left, right};
-        const std::size_t loosestPossible[] = {rank + 1, rank};
-        for (int p = 0; p < 2; ++p) {
-            std::size_t pieceRank = 0;
-            std::string_view pieceLeft;
-            std::string_view pieceRight;
-            const bool pieceExpected = splitInTurn(pieces[p], pieceRank, pieceLeft, pieceRight);
-            std::size_t hintedRank = 0;
-            std::string_view hintedLeft;
-            std::string_view hintedRight;
-            ASSERT_EQ(finders::splitAtLoosestOperator(ranks, pieces[p], hintedRank, hintedLeft, hintedRight,
-                                                      loosestPossible[p]),
-                      pieceExpected)
-                << pieces[p];
-            if (pieceExpected) {
-                EXPECT_EQ(hintedRank, pieceRank) << pieces[p];
-                EXPECT_EQ(hintedLeft, pieceLeft) << pieces[p];
-            }
+        const Split split = splitInTurn(text);
+        ASSERT_EQ(splitInOnePass(text, 0), split) << text;
+        const auto [found, rank, left, right] = split;
+        if (found) {
+            EXPECT_EQ(splitInOnePass(left, rank + 1), splitInTurn(left)) << text;
+            EXPECT_EQ(splitInOnePass(right, rank), splitInTurn(right)) << text;
         }
     }
 }
