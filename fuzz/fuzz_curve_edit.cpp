@@ -21,6 +21,8 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "functionfloatbase.h"
@@ -123,6 +125,20 @@ bool lists(const SplineBase& curve, const PointInfo* record)
     return std::find(points.begin(), points.end(), record) != points.end();
 }
 
+bool sameBits(double a, double b)
+{
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+// Bit for bit, except that any NaN equals any NaN: where both operands of an
+// addition are NaN, which one's sign and payload survive depends on the
+// operand order the compiler picked for that (commutative) instruction, which
+// two separately compiled code paths need not share.
+bool sameResult(double a, double b)
+{
+    return sameBits(a, b) || (std::isnan(a) && std::isnan(b));
+}
+
 // ---------------------------------------------------------------- expression keys
 
 // The host variables behind the process-wide parser's keys "t" and "f".
@@ -134,6 +150,89 @@ struct TimeVariables {
     bool tBool = false;
 };
 TimeVariables timeVariables;
+
+// The variables as a time evaluation leaves them, compared bit for bit.
+struct TimeVariablesSnapshot {
+    TimeVariables values;
+
+    static TimeVariablesSnapshot take() { return {timeVariables}; }
+    bool operator==(const TimeVariablesSnapshot& other) const
+    {
+        return sameBits(values.t, other.values.t) && sameBits(values.f, other.values.f) &&
+               std::memcmp(&values.tFloat, &other.values.tFloat, sizeof values.tFloat) == 0 &&
+               values.tInt == other.values.tInt && values.tBool == other.values.tBool;
+    }
+};
+
+// ---------------------------------------------------------------- bulk evaluation
+
+// The bulk evaluation is checked where the curve class has it.
+template <class Curve, class = void>
+struct HasBulkSample : std::false_type {};
+template <class Curve>
+struct HasBulkSample<Curve, std::void_t<decltype(std::declval<const Curve&>().sample(
+                                std::declval<const double*>(), std::declval<double*>(), std::size_t{}))>>
+    : std::true_type {};
+
+// sample() must give each time's own evaluation bit for bit, also in place.
+template <class Curve>
+void checkBulkSample(const Curve& curve, const std::vector<double>& times,
+                     const std::vector<double>& oneByOne)
+{
+    if constexpr (HasBulkSample<Curve>::value) {
+        std::vector<double> values(times.size());
+        curve.sample(times.data(), values.data(), times.size());
+        std::vector<double> inPlace = times;
+        curve.sample(inPlace.data(), inPlace.data(), inPlace.size());
+        const std::vector<double> asVector = curve.sample(times);
+        for (std::size_t i = 0; i < times.size(); ++i) {
+            if (!sameResult(values[i], oneByOne[i]))
+                std::fprintf(stderr, "t=%.17g sample %.17g one by one %.17g\n", times[i], values[i], oneByOne[i]);
+            require(sameResult(values[i], oneByOne[i]), "sample matches one-by-one evaluation");
+            require(sameResult(inPlace[i], oneByOne[i]), "sample in place matches");
+            require(sameResult(asVector[i], oneByOne[i]), "sample of a vector matches");
+        }
+    } else {
+        (void)curve;
+        (void)times;
+        (void)oneByOne;
+    }
+}
+
+// The same with an expression: the same values and the same variables left
+// behind as the calls one by one in order.
+template <class Curve>
+void checkBulkSampleWithExpression(Curve& curve, const std::vector<double>& times,
+                                   FunctionFloatBase* expression, double timeScale)
+{
+    if constexpr (HasBulkSample<Curve>::value) {
+        // Inside the curve the expression reads the variables as an earlier
+        // call left them, so both runs start from the same variables.
+        const TimeVariablesSnapshot before = TimeVariablesSnapshot::take();
+        std::vector<double> oneByOne;
+        for (double t : times)
+            oneByOne.push_back(curve(t, expression, timeScale));
+        const TimeVariablesSnapshot after = TimeVariablesSnapshot::take();
+        timeVariables = before.values;
+        std::vector<double> values(times.size());
+        curve.sample(times.data(), values.data(), times.size(), expression, timeScale);
+        require(TimeVariablesSnapshot::take() == after, "sample leaves the keys as the last call does");
+        for (std::size_t i = 0; i < times.size(); ++i) {
+            if (!sameResult(values[i], oneByOne[i]))
+                std::fprintf(stderr, "t=%.17g sample %.17g one by one %.17g\n", times[i], values[i], oneByOne[i]);
+            require(sameResult(values[i], oneByOne[i]), "sample with an expression matches");
+        }
+        timeVariables = before.values;
+        const std::vector<double> asVector = curve.sample(times, expression, timeScale);
+        for (std::size_t i = 0; i < times.size(); ++i)
+            require(sameResult(asVector[i], oneByOne[i]), "sample of a vector with an expression matches");
+    } else {
+        (void)curve;
+        (void)times;
+        (void)expression;
+        (void)timeScale;
+    }
+}
 
 const char* const expressionTexts[] = {"t", "f*2", "sin(t)+f", "if(t>1,t,-t)", "rnd(1,t)*0.5",
                                        "t^2-f", "max(t,f)/0", "0"};
@@ -566,8 +665,10 @@ void Harness::evaluate(SplineBase& curve)
                                   curve.postExtrapolation != kv_spline::EXTRAPOLATE_LINEAR &&
                                   curve.postExtrapolation != kv_spline::EXTRAPOLATE_CYCLE;
     const bool zeroSpan = !curve.controlPoints.empty() && spanIsZero(curve);
+    std::vector<double> oneByOne;
     for (double t : times) {
         const double value = curve(t);
+        oneByOne.push_back(value);
         const bool after = !curve.controlPoints.empty() && t > curve.controlPoints.back()->time;
         if (checkFinite && std::fabs(t) <= 1e7 && !(after && zeroSpan && cyclesWithOffset)) {
             if (!std::isfinite(value)) {
@@ -577,6 +678,7 @@ void Harness::evaluate(SplineBase& curve)
             require(std::isfinite(value), "finite data evaluates finitely");
         }
     }
+    checkBulkSample(curve, times, oneByOne);
 }
 
 void Harness::evaluateWithExpression(SplineBase& curve)
@@ -588,10 +690,14 @@ void Harness::evaluateWithExpression(SplineBase& curve)
     }
     FunctionFloatBase* expression = expressions()[choice % expressionCount].get();
     const double timeScale = in.value();
-    volatile double sink = curve(in.probeTime(), expression, timeScale);
+    std::vector<double> times = {in.probeTime()};
     for (const PointInfo* p : curve.controlPoints)
-        sink = sink + curve(p->time + 0.5, expression, timeScale);
-    (void)sink;
+        times.push_back(p->time + 0.5);
+    times.push_back(in.probeTime());
+    checkBulkSampleWithExpression(curve, times, expression, timeScale);
+    volatile double sink = 0.0;
+    for (double t : times)
+        sink = sink + curve(t, expression, timeScale);
 }
 
 void Harness::queryTangents(const SplineBase& curve)
