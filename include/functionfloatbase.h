@@ -23,6 +23,8 @@
 #include <string>
 #include <vector>
 
+#include "functionfloatoperations.h"
+
 class FunctionFloatConstant;
 class FunctionFloatUnary;
 class FunctionFloatBinary;
@@ -66,10 +68,6 @@ class FunctionFloatLss;
 class FunctionFloatMax;
 class FunctionFloatMin;
 class FunctionFloatIf;
-
-// Truth values are 1.0 and 0.0. "not", "&", "|" and "=" compare magnitudes
-// against this absolute tolerance (2^-52); "if" tests for exact zero.
-constexpr double exprcurveTruthTolerance = 2.220446049250313e-16;
 
 class FunctionFloatBase {
 public:
@@ -297,7 +295,6 @@ public:
 
 // ---------------------------------------------------------------- unary operators
 
-// "not": 1.0 when |x| < 2^-52 (so a NaN gives 0.0).
 class FunctionFloatNeg : public FunctionFloatUnary {
 public:
     bool isNeg() const override { return true; }
@@ -305,7 +302,7 @@ public:
     double operator()() const override
     {
         assert(arg);
-        return std::fabs((*arg)()) < exprcurveTruthTolerance ? 1.0 : 0.0;
+        return exprcurve::operations::logicalNot((*arg)());
     }
 };
 
@@ -463,7 +460,6 @@ public:
     }
 };
 
-// x when x > 0, otherwise x with its sign bit flipped: 0.0 gives -0.0.
 class FunctionFloatAbs : public FunctionFloatUnary {
 public:
     bool isAbs() const override { return true; }
@@ -471,8 +467,7 @@ public:
     double operator()() const override
     {
         assert(arg);
-        const double x = (*arg)();
-        return x > 0 ? x : -x;
+        return exprcurve::operations::flipSignUnlessPositive((*arg)());
     }
 };
 
@@ -581,8 +576,6 @@ public:
     }
 };
 
-// Combines arithmetically, then tests the magnitude: 2 & 0.5 is true, and two
-// values whose product underflows below the tolerance are false.
 class FunctionFloatAnd : public FunctionFloatBinary {
 public:
     bool isAnd() const override { return true; }
@@ -593,11 +586,10 @@ public:
         assert(arg2);
         const double a = (*arg1)();
         const double b = (*arg2)();
-        return std::fabs(a * b) > exprcurveTruthTolerance ? 1.0 : 0.0;
+        return exprcurve::operations::logicalAnd(a, b);
     }
 };
 
-// Combines arithmetically, then tests the magnitude: 1 | -1 is false.
 class FunctionFloatOr : public FunctionFloatBinary {
 public:
     bool isOr() const override { return true; }
@@ -608,12 +600,10 @@ public:
         assert(arg2);
         const double a = (*arg1)();
         const double b = (*arg2)();
-        return std::fabs(a + b) > exprcurveTruthTolerance ? 1.0 : 0.0;
+        return exprcurve::operations::logicalOr(a, b);
     }
 };
 
-// Absolute tolerance, not relative: 0.1 + 0.2 = 0.3 holds, 1e20 = 1e20 + 1e4
-// does not.
 class FunctionFloatEql : public FunctionFloatBinary {
 public:
     bool isEql() const override { return true; }
@@ -624,7 +614,7 @@ public:
         assert(arg2);
         const double a = (*arg1)();
         const double b = (*arg2)();
-        return std::fabs(a - b) < exprcurveTruthTolerance ? 1.0 : 0.0;
+        return exprcurve::operations::equal(a, b);
     }
 };
 
@@ -638,7 +628,7 @@ public:
         assert(arg2);
         const double a = (*arg1)();
         const double b = (*arg2)();
-        return a > b ? 1.0 : 0.0;
+        return exprcurve::operations::greater(a, b);
     }
 };
 
@@ -652,11 +642,10 @@ public:
         assert(arg2);
         const double a = (*arg1)();
         const double b = (*arg2)();
-        return a < b ? 1.0 : 0.0;
+        return exprcurve::operations::less(a, b);
     }
 };
 
-// b whenever a > b is false, including equal values and any NaN.
 class FunctionFloatMax : public FunctionFloatBinary {
 public:
     bool isMax() const override { return true; }
@@ -667,11 +656,10 @@ public:
         assert(arg2);
         const double a = (*arg1)();
         const double b = (*arg2)();
-        return a > b ? a : b;
+        return exprcurve::operations::maximum(a, b);
     }
 };
 
-// b whenever a < b is false, including equal values and any NaN.
 class FunctionFloatMin : public FunctionFloatBinary {
 public:
     bool isMin() const override { return true; }
@@ -682,7 +670,7 @@ public:
         assert(arg2);
         const double a = (*arg1)();
         const double b = (*arg2)();
-        return a < b ? a : b;
+        return exprcurve::operations::minimum(a, b);
     }
 };
 

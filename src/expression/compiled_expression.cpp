@@ -3,9 +3,11 @@
 // node whose operands are both inner nodes pushes its left value onto a small
 // stack in the evaluation frame and pops it back when the right one is done.
 //
-// The operation of each instruction is written once, in the operation lists
-// below, with exactly the expression the node classes evaluate; the opcodes,
-// the dispatch cases and the compiler's tables are generated from those lists.
+// The operation of each instruction is named once, in the operation lists
+// below: the math-library call or IEEE operation the node class makes, or
+// the shared rule of functionfloatoperations.h it evaluates through. The
+// opcodes, the dispatch cases and the compiler's tables are generated from
+// those lists.
 #include "compiledexpression.h"
 
 #include <cassert>
@@ -23,41 +25,13 @@ namespace compiled {
 
 // ---------------------------------------------------------------- operations
 
-inline double logicalNot(double x)
-{
-    return std::fabs(x) < exprcurveTruthTolerance ? 1.0 : 0.0;
-}
-
-inline double flipSignUnlessPositive(double x)
-{
-    return x > 0 ? x : -x;
-}
+using namespace exprcurve::operations;
 
 inline double add(double a, double b) { return a + b; }
 inline double subtract(double a, double b) { return a - b; }
 inline double multiply(double a, double b) { return a * b; }
 inline double divide(double a, double b) { return a / b; }
 inline double power(double a, double b) { return std::pow(a, b); }
-
-inline double logicalAnd(double a, double b)
-{
-    return std::fabs(a * b) > exprcurveTruthTolerance ? 1.0 : 0.0;
-}
-
-inline double logicalOr(double a, double b)
-{
-    return std::fabs(a + b) > exprcurveTruthTolerance ? 1.0 : 0.0;
-}
-
-inline double equal(double a, double b)
-{
-    return std::fabs(a - b) < exprcurveTruthTolerance ? 1.0 : 0.0;
-}
-
-inline double greater(double a, double b) { return a > b ? 1.0 : 0.0; }
-inline double less(double a, double b) { return a < b ? 1.0 : 0.0; }
-inline double maximum(double a, double b) { return a > b ? a : b; }
-inline double minimum(double a, double b) { return a < b ? a : b; }
 
 // X(name of the node class's query, the operation)
 #define EXPRCURVE_UNARY_OPERATIONS(X)                                                    \
