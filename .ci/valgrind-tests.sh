@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs every test program of a Debug build under valgrind's memcheck: any
 # invalid read or write, use of uninitialised memory or leak fails the run.
-#   tools/valgrind-tests.sh [BUILD_DIR]     (default: build/test, the `test` preset)
+#   .ci/valgrind-tests.sh [BUILD_DIR]     (default: build/test, the `test` preset)
 # The build is configured and built with the `test` preset when missing.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -18,11 +18,8 @@ for program in expression_tests random_seed_tests curve_tests fileio_tests tool_
 done
 [ ${#programs[@]} -gt 0 ] || { echo "no test programs in $build_dir/tests" >&2; exit 2; }
 
-# The deep-nesting parse test is left to the native and sanitizer runs: it
-# parses texts nested to the depth limit many times over, tens of seconds in
-# a Debug build and far beyond the CI budget under memcheck's slowdown. Set
-# VALGRIND_GTEST_FILTER to choose otherwise ('*' runs everything).
-filter=${VALGRIND_GTEST_FILTER:-"-ParserDepth.DeepCallsSignsAndMixedNestingStayWithinTheStack"}
+# VALGRIND_GTEST_FILTER narrows the run (a gtest filter; default: all).
+filter=${VALGRIND_GTEST_FILTER:-"*"}
 
 status=0
 for program in "${programs[@]}"; do
