@@ -92,6 +92,15 @@ int main(int argc, char** argv)
     demoCommand->add_option("DIR", demoFolder, "where to write the files (default: a new temporary folder)");
     demoCommand->callback([&] { status = runDemo(demoFolder); });
 
+    if (argc > 1 && argv[1][0] != '-') {
+        try {
+            app.get_subcommand(argv[1]);
+        } catch (const CLI::OptionNotFound&) {
+            std::cerr << "exprcurve: unknown command '" << argv[1]
+                      << "' (commands: eval, tree, vars, sample, convert, plot, demo; see --help)\n";
+            return exitUsage;
+        }
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp& help) {
