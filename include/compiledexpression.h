@@ -5,7 +5,10 @@
 // (variable op variable, variable op constant, a function of a variable).
 // Evaluating the program gives the same bits as evaluating the tree: the same
 // operations in the same order and grouping, the same math library calls, the
-// same NaN and -0.0 behaviour, and "if" evaluating only the branch it selects.
+// same -0.0 behaviour, NaN wherever the tree gives NaN, and "if" evaluating
+// only the branch it selects. (When both operands of an operation are NaN,
+// which one's sign and payload survives is left open by C++ itself, for the
+// tree as much as for the program.)
 //
 //     std::unique_ptr<FunctionFloatBase> tree(parser.parseString(text, message));
 //     const exprcurve::CompiledExpression compiled(tree.get());
