@@ -26,8 +26,7 @@ double kbTangent(const PointInfo& prev, const PointInfo& cur, const PointInfo& n
 {
     const double a = (1.0 - cur.tcb.tension) * 0.5;
     const double c = outgoing ? cur.tcb.continuity : -cur.tcb.continuity, b = cur.tcb.bias;
-    return (cur.value - prev.value) * ((1 + b) * ((1 + c) * a)) +
-           (next.value - cur.value) * ((1 - b) * ((1 - c) * a));
+    return (cur.value - prev.value) * ((1 + b) * ((1 + c) * a)) + (next.value - cur.value) * ((1 - b) * ((1 - c) * a));
 }
 
 TEST(CurveEvaluation, SegmentKinds)
@@ -39,21 +38,15 @@ TEST(CurveEvaluation, SegmentKinds)
                  {0, LINEAR, 0.0, 0.0},  // the first point's own time is before the curve
                  {1, STEP, 0.5, 5.0},    {1, STEP, 1.0, 5.0},     {1, STEP, 1.5, 10.0},
                  {1, BEZIER, 0.5, 7.5},  {1, BEZIER, 0.25, 5.0 + 5.0 * 0.15625}};
-    for (const auto& c : cases) {
-        const auto curve = curveOf({{0, 5, BEZIER}, {1, 10, c.type}}, c.pre);
-        EXPECT_EQ((*curve)(c.t), c.expected) << c.pre << " " << c.type << " " << c.t;
-    }
+    for (const auto& c : cases)
+        EXPECT_EQ((*curveOf({{0, 5, BEZIER}, {1, 10, c.type}}, c.pre))(c.t), c.expected) << c.pre << c.type << c.t;
     SplineBase sloped;  // slopes are scaled by the segment's length
     sloped.addPoint(0.0, 1.0, PointInfo::BezierData{0.0, 2.0});
     sloped.addPoint(2.0, 3.0, PointInfo::BezierData{-1.0, 0.0});
     const double s = 0.25, s2 = s * s, s3 = s * s2;
     const double h1 = (s3 + s3) - 3.0 * s2 + 1.0, h3 = (s3 - (s2 + s2)) + s, h4 = s3 - s2;
     EXPECT_EQ(sloped(0.5), ((1.0 * h1 + 3.0 * endWeight(s)) + (2.0 * 2.0) * h3) + (2.0 * -1.0) * h4);
-}
-
-TEST(CurveEvaluation, TcbSegmentsAndUnknownTypeCodes)
-{
-    for (int type : {int(TCB), 7, -1}) {
+    for (int type : {int(TCB), 7, -1}) {  // unknown codes evaluate as TCB
         const auto curve = curveOf({{0, 0, type}, {1, 1, type}, {2, 3, type}});
         EXPECT_EQ((*curve)(0.5), 0.4375) << type;
         EXPECT_EQ((*curve)(1.5), 1.9375) << type;
@@ -92,10 +85,8 @@ TEST(CurveEvaluation, OutOfRangeModes)
                  {1, 3, 1, 7, 9}, {1, 9, 1, 7, 9}, {4, 4, 1, 7, 9}, {7, 2, 1, 3, 1}};
     for (const auto& c : cases) {
         const auto curve = curveOf({{0, 1, BEZIER}, {2, 5, LINEAR}}, c.pre, c.post);
-        EXPECT_EQ((*curve)(-1.0), c.atMinus1) << c.pre << " " << c.post;
-        EXPECT_EQ((*curve)(3.0), c.at3) << c.pre << " " << c.post;
-        EXPECT_EQ((*curve)(4.0), c.at4) << c.pre << " " << c.post;
-        EXPECT_EQ((*curve)(nan), c.atMinus1) << c.pre << " " << c.post;
+        for (const auto& [t, expected] : {std::pair{-1.0, c.atMinus1}, {3.0, c.at3}, {4.0, c.at4}, {nan, c.atMinus1}})
+            EXPECT_EQ((*curve)(t), expected) << c.pre << " " << c.post << " " << t;
     }
     // The slope after the curve: the last segment's, or the left slope of a bezier end.
     for (const auto& c : {std::make_pair(LINEAR, 4.0), {STEP, 2.0}, {BEZIER, 5.0}}) {
@@ -103,35 +94,14 @@ TEST(CurveEvaluation, OutOfRangeModes)
         curve->controlPoints[1]->bezier.leftSlope = 3.0;
         EXPECT_EQ((*curve)(2.0), c.second) << c.first;
     }
-}
-
-TEST(CurveEvaluation, DegenerateCurves)
-{
-    SplineBase empty;
-    empty.defaultValue = 2.5;
-    EXPECT_EQ(empty(1.0), 2.5);
-    for (int mode : {0, 1, 2, 3, 4, 9}) {
-        const auto single = curveOf({{1, 7, LINEAR}}, mode, mode);
+    for (int mode : {0, 1, 2, 3, 4, 9})
         for (double t : {0.0, 1.0, 5.0})
-            EXPECT_EQ((*single)(t), mode == 0 ? 0.0 : 7.0) << mode << " " << t;
-    }
+            EXPECT_EQ((*curveOf({{1, 7, LINEAR}}, mode, mode))(t), mode == 0 ? 0.0 : 7.0) << mode << " " << t;
     // Equal times: the span is 0, cycling gives a NaN time, i.e. before.
     EXPECT_EQ((*curveOf({{1, 3, BEZIER}, {1, 7, BEZIER}}, 1, 2))(2.0), 7.0);
-    // A NaN point sorts first and nothing lies beyond it: up to the last
-    // point everything is before the curve.
-    const auto curve = curveOf({{0, 1, BEZIER}, {2, 5, LINEAR}, {nan, 9, LINEAR}});
-    EXPECT_EQ((*curve)(1.0), 9.0);
-    EXPECT_EQ((*curve)(3.0), 5.0);
-
     const auto unsorted = curveOf({{0, 0, BEZIER}, {2, 4, LINEAR}}, 1, 3);
     unsorted->controlPoints[0]->time = 5.0;  // the last point now lies before the first
-    double value = -1.0;
-    EXPECT_DEBUG_DEATH(value = (*unsorted)(3.0), "numOffsets >= 1.0");
-#ifdef NDEBUG
-    EXPECT_EQ(value, 4.0);  // no endless cycling
-#else
-    EXPECT_EQ(value, -1.0);  // evaluated in the dying child only
-#endif
+    EXPECT_DEBUG_DEATH((*unsorted)(3.0), "numOffsets >= 1.0");
 }
 
 TEST(CurveTangents, NodeAndSegmentTangents)
@@ -150,7 +120,6 @@ TEST(CurveTangents, NodeAndSegmentTangents)
         {true, 1, kbTangent(p0, p1, p2, false), 1.7 + 1e-16, 0.3},
         {false, 1, kbTangent(p0, p0, p1, true), 0.3 + rightGuard, 0.3},  // own predecessor
         {false, 2, kbTangent(p0, p1, p2, true), 1.7 + rightGuard, 1.7 - 0.3},
-        {false, 0, 0.0, 1.0, 0.0}, {true, 3, 0.0, 1.0, 0.0},  // no segment there
     };
     for (const auto& n : nodes) {
         double ratio = -1.0;
@@ -160,23 +129,14 @@ TEST(CurveTangents, NodeAndSegmentTangents)
         EXPECT_EQ(ratio, n.ratioNumerator / n.span) << n.left << n.index;
     }
     const double dR = 1.7 - 0.3, dL = 0.3;
-    EXPECT_EQ(curve->getBruteLeftTan(&p0, &p1, &p2), kbTangent(p0, p1, p2, true));
-    EXPECT_EQ(curve->getBruteRightTan(&p0, &p1, &p2), kbTangent(p0, p1, p2, false));
     EXPECT_EQ(curve->getLeftTan(&p0, &p1, &p2), (kbTangent(p0, p1, p2, true) * (dR + dR)) / (dL + dR));
     EXPECT_EQ(curve->getRightTan(&p0, &p1, &p2), (kbTangent(p0, p1, p2, false) * (dL + dL)) / (dR + dL));
-
     p1.type = BEZIER;
     p1.bezier = {-2.0, 6.0};
     double ratio = -1.0;
     EXPECT_EQ(curve->getTangentLeftAtNode(1, ratio), -2.0);
     EXPECT_EQ(ratio, 0.5);
     EXPECT_EQ(curve->getLeftTan(&p0, &p1, &p2), dR * 6.0);
-    EXPECT_EQ(curve->getRightTan(&p0, &p1, &p2), dL * -2.0);
-
-    // Neighbours at one time: the two queries differ only in their guard.
-    const auto coincident = curveOf({{0, 1, TCB}, {0, 0, TCB}});
-    EXPECT_EQ(coincident->getTangentLeftAtNode(1, ratio), 0.5 * (2.0 / 1e-16));
-    EXPECT_EQ(coincident->getTangentRightAtNode(1, ratio), 0.5 * (2.0 / rightGuard));
 }
 
 }  // namespace

@@ -1,11 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 #include <string>
 #include <vector>
 
-#include "functionfloatbase.h"
 #include "curve/point_fields.h"
+#include "functionfloatbase.h"
 #include "functionparserbase.h"
 #include "splinebase.h"
 
@@ -20,7 +21,8 @@ class ExpressionCurve : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        bindOwn();
+        bind("t", KEY_DOUBLE, &time);
+        bind("f", KEY_DOUBLE, &scaled);
     }
     void TearDown() override
     {
@@ -33,18 +35,19 @@ protected:
         parser().removeKey(name);
         ASSERT_TRUE(parser().insertKey(FunctionParserBase::keyStruct{name, kind, variable}));
     }
-    void bindOwn()
+    double evaluateAt(double t, int pre, int post, FunctionFloatBase* expression)
     {
-        bind("t", KEY_DOUBLE, &time);
-        bind("f", KEY_DOUBLE, &scaled);
+        time = 1.0;
+        scaled = -7.0;
+        curve->preExtrapolation = pre;
+        curve->postExtrapolation = post;
+        return (*curve)(t, expression, 25.0);
     }
 
-    double time = 1.0;
-    double scaled = -7.0;
+    double time = 1.0, scaled = -7.0;
     FunctionFloatVariableDouble timeLeaf{&time};
     FunctionFloatConstant zero{0.0};
-    const std::unique_ptr<SplineBase> curvePtr = point_fields::curveOf({{0, 0, 1}, {2, 4, kv_spline::LINEAR}});
-    SplineBase& curve = *curvePtr;
+    const std::unique_ptr<SplineBase> curve = point_fields::curveOf({{0, 0, 1}, {2, 4, kv_spline::LINEAR}});
 };
 
 TEST_F(ExpressionCurve, PathsAndWhatTheKeysHoldAfterwards)
@@ -52,40 +55,29 @@ TEST_F(ExpressionCurve, PathsAndWhatTheKeysHoldAfterwards)
     SplineBase empty;
     empty.defaultValue = 1.5;
     EXPECT_EQ(empty(3.0, nullptr, 25.0), 1.5);
-
+    const double before = 2.0 + -probe;  // the linear path steps "t" back from the last time
     const struct {
         int pre, post;
         double t, result, timeAfter, scaledAfter;
     } cases[] = {
-        {1, 1, 1.0, 3.0, 1.0, -7.0},   // inside: keys as the caller left them
-        {1, 1, 3.0, 6.0, 2.0, 50.0},   // hold
-        {1, 2, 3.0, 3.0, 1.0, 25.0},   // cycle
-        {1, 3, 3.0, 9.0, 2.0, 50.0},   // cycle with offset
-        {1, 8, 3.0, 9.0, 2.0, 50.0},   // unknown: as cycle with offset
-        {1, 0, 3.0, 0.0, 1.0, -7.0},   // zero
-        {0, 1, -1.0, 0.0, 1.0, -7.0},  // zero before
-        {1, 1, -1.0, 0.0, 0.0, 0.0},
+        {1, 1, 1.0, 3.0, 1.0, -7.0},  // inside: keys as the caller left them
+        {1, 1, 3.0, 6.0, 2.0, 50.0},  {1, 2, 3.0, 3.0, 1.0, 25.0}, {1, 3, 3.0, 9.0, 2.0, 50.0},
+        {1, 8, 3.0, 9.0, 2.0, 50.0},  // unknown: as cycle with offset
+        {1, 4, 3.0, ((3.0 - 2.0) * (2.0 + (2.0 - before) / probe)) + 4.0 + 2.0, before, before * 25.0},
+        {1, 0, 3.0, 0.0, 1.0, -7.0},  {0, 1, -1.0, 0.0, 1.0, -7.0}, {1, 1, -1.0, 0.0, 0.0, 0.0},
         {6, 1, 0.0, 0.0, 0.0, 0.0},  // the first point's own time is before
         {1, 1, nan, 0.0, 0.0, 0.0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.pre << " " << c.post << " " << c.t);
-        time = 1.0;
-        scaled = -7.0;
-        curve.preExtrapolation = c.pre;
-        curve.postExtrapolation = c.post;
-        EXPECT_EQ(curve(c.t, &timeLeaf, 25.0), c.result);
+        EXPECT_EQ(evaluateAt(c.t, c.pre, c.post, &timeLeaf), c.result);
         EXPECT_EQ(time, c.timeAfter);
         EXPECT_EQ(scaled, c.scaledAfter);
     }
-    curve.postExtrapolation = kv_spline::EXTRAPOLATE_LINEAR;  // the slope measured backwards
-    const double before = 2.0 + -probe;
-    EXPECT_EQ(curve(3.0, &timeLeaf, 25.0), ((3.0 - 2.0) * (2.0 + (2.0 - before) / probe)) + 4.0 + 2.0);
-    EXPECT_EQ(time, before);
-    EXPECT_EQ(scaled, before * 25.0);
 }
 
-// Each kind stores the written time its own way, for "t" and "f" alike.
+// Each kind stores the written time its own way, for "t" and "f" alike; the
+// linear path steps it back in that kind too.
 TEST_F(ExpressionCurve, TimeIsStoredInTheKindOfTheKey)
 {
     const struct {
@@ -103,46 +95,22 @@ TEST_F(ExpressionCurve, TimeIsStoredInTheKindOfTheKey)
             int whole = 99;
             float single = 0.0f;
             double unknownKind = 4.0;
-            void* const variables[] = {&flag, &whole, &single, nullptr};
-            bind(name, c.kind, c.kind <= KEY_FLOAT ? variables[c.kind] : &unknownKind);
+            void* const variables[] = {&flag, &whole, &single, &unknownKind};
+            bind(name, c.kind, variables[std::min(c.kind, 3)]);
             (*point_fields::curveOf({{c.x, 0, 1}}))(c.x, &zero, 1.0);  // the before-the-curve path
             const double read[] = {double(flag), double(whole), double(single), unknownKind};
-            EXPECT_EQ(read[c.kind <= KEY_FLOAT ? c.kind : 3], c.stored);
+            EXPECT_EQ(read[std::min(c.kind, 3)], c.stored);
         }
-        bindOwn();
+        SetUp();
     }
-}
-
-TEST_F(ExpressionCurve, LinearPathStepsTheTimeBackInItsOwnKind)
-{
-    double wide = 0.0;
     float single = 0.0f;
     int whole = 0;
-    bool flag = false;
-    const struct {
-        int kind;
-        void* variable;
-        double lastTime, readBack;
-    } cases[] = {
-        {KEY_DOUBLE, &wide, 2.0, 2.0 + -probe},
-        {KEY_FLOAT, &single, 2.0, static_cast<double>(2.0f + -0.001f)},
-        {KEY_INT, &whole, 2.0, 1.0},   {KEY_INT, &whole, 0.0, 0.0}, {KEY_INT, &whole, -3.0, -3.0},
-        {KEY_BOOL, &flag, 0.0, 1.0},
-        {9, &wide, 2.0, 0.0},  // unknown kind: untouched, reads back 0.0
-    };
-    for (const auto& c : cases) {
-        wide = 5.0;
-        bind("t", c.kind, c.variable);
-        (*point_fields::curveOf({{c.lastTime - 2.0, 0, 1}, {c.lastTime, 4, 1}}, 1, 4))(c.lastTime + 1, &zero, 25.0);
-        EXPECT_EQ(scaled, c.readBack * 25.0) << c.kind << " " << c.lastTime;
-    }
-    EXPECT_EQ(wide, 5.0);
-
-    // An int "t" drops from 2 to 1: the expression's slope is 1 / probe.
-    bind("t", KEY_INT, &whole);
+    bind("t", KEY_FLOAT, &single);
+    evaluateAt(3.0, 1, 4, &zero);
+    EXPECT_EQ(scaled, static_cast<double>(2.0f + -0.001f) * 25.0);
+    bind("t", KEY_INT, &whole);  // an int "t" drops from 2 to 1: the expression's slope is 1 / probe
     FunctionFloatVariableInt wholeLeaf(&whole);
-    curve.postExtrapolation = kv_spline::EXTRAPOLATE_LINEAR;
-    EXPECT_EQ(curve(3.0, &wholeLeaf, 25.0), ((3.0 - 2.0) * (2.0 + (2.0 - 1.0) / probe)) + 4.0 + 2.0);
+    EXPECT_EQ(evaluateAt(3.0, 1, 4, &wholeLeaf), ((3.0 - 2.0) * (2.0 + (2.0 - 1.0) / probe)) + 4.0 + 2.0);
     EXPECT_EQ(whole, 1);
 }
 
@@ -166,38 +134,17 @@ TEST_F(ExpressionCurve, ExpressionSeesTheTimesInOrder)
         double t;
         std::vector<double> seen;
     } cases[] = {
-        {1, 1.0, {1.0}},                   // inside: as the caller left "t"
-        {1, 5.0, {2.0}},                   // hold: the last time
-        {2, 5.0, {1.0}},                   // cycle: the shifted time
-        {3, 5.0, {1.0, 0.0, 2.0}},         // cycle with offset: t', first, last
-        {4, 5.0, {2.0, 2.0 + -probe}},     // linear: last, then a step back
+        {1, 1.0, {1.0}},                // inside: as the caller left "t"
+        {1, 5.0, {2.0}},                // hold: the last time
+        {2, 5.0, {1.0}},                // cycle: the shifted time
+        {3, 5.0, {1.0, 0.0, 2.0}},      // cycle with offset: t', first, last
+        {4, 5.0, {2.0, 2.0 + -probe}},  // linear: last, then a step back
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.post);
         TimeRecorder recorder(&time);
-        time = 1.0;
-        curve.postExtrapolation = c.post;
-        curve(c.t, &recorder, 25.0);
-        EXPECT_EQ(recorder.seen, c.seen);
+        evaluateAt(c.t, 1, c.post, &recorder);
+        EXPECT_EQ(recorder.seen, c.seen) << c.post;
     }
-}
-
-TEST_F(ExpressionCurve, MissingKeysAreSkipped)
-{
-    FunctionFloatVariableDouble scaledLeaf(&scaled);
-    parser().removeKey("t");
-    curve.postExtrapolation = kv_spline::EXTRAPOLATE_LINEAR;
-    // "f" sees L.t first, then the missing "t" read back as 0.0.
-    EXPECT_EQ(curve(3.0, &scaledLeaf, 25.0), ((3.0 - 2.0) * (2.0 + (50.0 - 0.0) / probe)) + 4.0 + 50.0);
-    EXPECT_EQ(scaled, 0.0);
-    EXPECT_EQ(time, 1.0);
-
-    bind("t", KEY_DOUBLE, &time);
-    parser().removeKey("f");
-    curve.postExtrapolation = kv_spline::EXTRAPOLATE_CYCLE_OFFSET;
-    EXPECT_EQ(curve(3.0, &timeLeaf, 25.0), 9.0);
-    EXPECT_EQ(time, 2.0);
-    EXPECT_EQ(scaled, 0.0);
 }
 
 }  // namespace

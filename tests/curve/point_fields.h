@@ -1,5 +1,5 @@
-// Test helpers: records whose every field differs, and a bit-level
-// comparison of two records.
+// Test helpers: records whose every field differs, bit-level comparison of
+// records, and small curves built from (time, value, type) knots.
 #ifndef EXPRCURVE_TESTS_CURVE_POINT_FIELDS_H
 #define EXPRCURVE_TESTS_CURVE_POINT_FIELDS_H
 
@@ -27,24 +27,20 @@ inline PointInfo distinctPoint(double time, double seed, bool flag = true,
                                kv_spline::interpolationType type = kv_spline::TCB)
 {
     return PointInfo{time, seed + 0.5, {seed + 0.25, seed - 0.75},
-                     {seed + 0.125, seed - 0.0625, seed + 0.03125, seed - 0.015625, seed + 0.0078125},
-                     type, flag};
+                     {seed + 0.125, seed - 0.0625, seed + 0.03125, seed - 0.015625, seed + 0.0078125}, type, flag};
 }
 
-inline std::vector<std::uint64_t> fieldBits(const PointInfo& p)
+// Every field of `actual` equals that of `expected` bit for bit, the time
+// excepted, which must be `time`.
+inline void expectFields(const PointInfo& actual, const PointInfo& expected, double time)
 {
-    return {bitsOf(p.time),         bitsOf(p.value),          bitsOf(p.bezier.leftSlope),
-            bitsOf(p.bezier.rightSlope), bitsOf(p.tcb.tension), bitsOf(p.tcb.continuity),
-            bitsOf(p.tcb.bias),     bitsOf(p.tcb.easeFrom),   bitsOf(p.tcb.easeTo),
-            static_cast<std::uint64_t>(p.type), p.flag};
-}
-
-// Every field of `actual` equals that of `expected` bit for bit, except that
-// the time must be `time`.
-inline void expectFields(const PointInfo& actual, PointInfo expected, double time)
-{
-    expected.time = time;
-    EXPECT_EQ(fieldBits(actual), fieldBits(expected));
+    const auto bits = [](const PointInfo& p, double t) {
+        return std::vector<std::uint64_t>{bitsOf(t), bitsOf(p.value), bitsOf(p.bezier.leftSlope),
+                                          bitsOf(p.bezier.rightSlope), bitsOf(p.tcb.tension),
+                                          bitsOf(p.tcb.continuity), bitsOf(p.tcb.bias), bitsOf(p.tcb.easeFrom),
+                                          bitsOf(p.tcb.easeTo), std::uint64_t(p.type), p.flag};
+    };
+    EXPECT_EQ(bits(actual, actual.time), bits(expected, time));
 }
 
 inline void expectFields(const PointInfo& actual, const PointInfo& expected)
@@ -68,21 +64,15 @@ inline std::unique_ptr<SplineBase> curveOf(std::initializer_list<Knot> knots, in
     return curve;
 }
 
-inline std::vector<double> timesOf(const SplineBase& curve)
-{
-    std::vector<double> times;
-    for (const PointInfo* point : curve.controlPoints)
-        times.push_back(point->time);
-    return times;
-}
-
-inline std::vector<double> valuesOf(const SplineBase& curve)
+inline std::vector<double> column(const SplineBase& curve, double PointInfo::*field)
 {
     std::vector<double> values;
     for (const PointInfo* point : curve.controlPoints)
-        values.push_back(point->value);
+        values.push_back(point->*field);
     return values;
 }
+
+inline std::vector<double> timesOf(const SplineBase& curve) { return column(curve, &PointInfo::time); }
 
 }  // namespace point_fields
 
