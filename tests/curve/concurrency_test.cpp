@@ -20,17 +20,15 @@ TEST(ConcurrencyCurve, SharedCurveEvaluatesIdenticallyOnEveryThread)
     curve->controlPoints[2]->tcb = {0.3, -0.2, 0.1, 0.4, 0.6};
     const SplineBase& shared = *curve;
     const auto readEverything = [&shared] {  // values, then node tangents with their ratios
-        std::vector<std::uint64_t> results;
+        std::vector<double> results;
         for (int step = -40; step <= 320; ++step)
-            results.push_back(point_fields::bitsOf(shared(step * 0.03125)));
+            results.push_back(shared(step * 0.03125));
         for (unsigned int index = 1; index < shared.controlPoints.size(); ++index) {
-            double ratio = 0.0;
-            results.push_back(point_fields::bitsOf(shared.getTangentLeftAtNode(index, ratio)));
-            results.push_back(point_fields::bitsOf(ratio));
-            results.push_back(point_fields::bitsOf(shared.getTangentRightAtNode(index, ratio)));
-            results.push_back(point_fields::bitsOf(ratio));
+            double left = 0.0, right = 0.0;
+            results.insert(results.end(), {shared.getTangentLeftAtNode(index, left), left,
+                                           shared.getTangentRightAtNode(index, right), right});
         }
-        return results;
+        return point_fields::bitsOf(results);
     };
     const std::vector<std::uint64_t> expected = readEverything();
     std::atomic<bool> go{false};

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <vector>
 
 #include "curve/point_fields.h"
@@ -19,21 +20,19 @@ protected:
         for (const PointInfo& point : {distinctPoint(3.0, 30.0, true, kv_spline::STEP), distinctPoint(1.0, 20.0, false),
                                        distinctPoint(1.0, 21.0, true, kv_spline::LINEAR), distinctPoint(0.0, 0.0, false)})
             source.addPoint(point);  // each goes before the equal time already there
-        setFields(source, 0, 4, true, 7.0);
+        setState(source, {0, 4, true, 7.0, false});
         target.addPoint(distinctPoint(0.5, 100.0));
         target.addPoint(distinctPoint(2.0, 200.0));
-        setFields(target, 2, 3, false, -1.0);
+        setState(target, {2, 3, false, -1.0, false});
         original = source.controlPoints;
         for (const PointInfo* point : original)
             sourceCopy.push_back(*point);
     }
-    static void setFields(SplineBase& curve, int pre, int post, bool curveFlag, double defaultValue)
+    using State = std::tuple<int, int, bool, double, bool>;  // modes, curveFlag, defaultValue, modified
+    static State state(const SplineBase& c) { return {c.preExtrapolation, c.postExtrapolation, c.curveFlag, c.defaultValue, c.modified}; }
+    static void setState(SplineBase& c, const State& s)
     {
-        curve.preExtrapolation = pre;
-        curve.postExtrapolation = post;
-        curve.curveFlag = curveFlag;
-        curve.defaultValue = defaultValue;
-        curve.modified = false;
+        std::tie(c.preExtrapolation, c.postExtrapolation, c.curveFlag, c.defaultValue, c.modified) = s;
     }
     // `curve` lists copies of the source points at `indices`, shifted by
     // `offset`, has the given modes, curveFlag and defaultValue, and is modified.
@@ -43,11 +42,7 @@ protected:
         ASSERT_EQ(curve.controlPoints.size(), indices.size());
         for (std::size_t i = 0; i < indices.size(); ++i)
             point_fields::expectFields(*curve.controlPoints[i], sourceCopy[indices[i]], sourceCopy[indices[i]].time + offset);
-        EXPECT_EQ(curve.preExtrapolation, pre);
-        EXPECT_EQ(curve.postExtrapolation, post);
-        EXPECT_EQ(curve.curveFlag, curveFlag);
-        EXPECT_EQ(curve.defaultValue, defaultValue);
-        EXPECT_TRUE(curve.modified);
+        EXPECT_EQ(state(curve), State(pre, post, curveFlag, defaultValue, true));
     }
 
     SplineBase source, target;
@@ -66,8 +61,7 @@ TEST_F(CurveCopying, CopyAndCopyDupTakeEveryPointAndTheModes)
     EXPECT_EQ(source.controlPoints, original);
     EXPECT_FALSE(source.modified);
     SplineBase empty;
-    empty.curveFlag = true;
-    empty.preExtrapolation = 4;
+    std::tie(empty.curveFlag, empty.preExtrapolation) = std::make_tuple(true, 4);
     target.copy(empty);
     expectCurve(target, {}, 0.0, 4, 1, true, -1.0);
     source.copyDup(source, -3.0);  // a copy of itself reads the points as they were

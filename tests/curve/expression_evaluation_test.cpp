@@ -15,6 +15,19 @@ namespace {
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double probe = 0.0010000000474974513;  // 0.001f widened
 
+// The times the expression is shown, in the order it is evaluated.
+class TimeRecorder : public FunctionFloatBase {
+public:
+    explicit TimeRecorder(const double* time) : time(time) {}
+    double operator()() const override
+    {
+        seen.push_back(*time);
+        return *time;
+    }
+    const double* time;
+    mutable std::vector<double> seen;
+};
+
 // Binds "t" and "f" of the process-wide parser to its own doubles for the
 // duration of a test; the curve is (0, 0) and (2, 4), the second LINEAR.
 class ExpressionCurve : public ::testing::Test {
@@ -45,12 +58,13 @@ protected:
     }
 
     double time = 1.0, scaled = -7.0;
-    FunctionFloatVariableDouble timeLeaf{&time};
     FunctionFloatConstant zero{0.0};
     const std::unique_ptr<SplineBase> curve = point_fields::curveOf({{0, 0, 1}, {2, 4, kv_spline::LINEAR}});
 };
 
-TEST_F(ExpressionCurve, PathsAndWhatTheKeysHoldAfterwards)
+// Results, what "t" and "f" hold afterwards, and the times the expression
+// is shown, in the order it is evaluated.
+TEST_F(ExpressionCurve, ExpressionSeesTheTimesInOrderAndKeysHoldTheLastOne)
 {
     SplineBase empty;
     empty.defaultValue = 1.5;
@@ -59,20 +73,23 @@ TEST_F(ExpressionCurve, PathsAndWhatTheKeysHoldAfterwards)
     const struct {
         int pre, post;
         double t, result, timeAfter, scaledAfter;
+        std::vector<double> seen;
     } cases[] = {
-        {1, 1, 1.0, 3.0, 1.0, -7.0},  // inside: keys as the caller left them
-        {1, 1, 3.0, 6.0, 2.0, 50.0},  {1, 2, 3.0, 3.0, 1.0, 25.0}, {1, 3, 3.0, 9.0, 2.0, 50.0},
-        {1, 8, 3.0, 9.0, 2.0, 50.0},  // unknown: as cycle with offset
-        {1, 4, 3.0, ((3.0 - 2.0) * (2.0 + (2.0 - before) / probe)) + 4.0 + 2.0, before, before * 25.0},
-        {1, 0, 3.0, 0.0, 1.0, -7.0},  {0, 1, -1.0, 0.0, 1.0, -7.0}, {1, 1, -1.0, 0.0, 0.0, 0.0},
-        {6, 1, 0.0, 0.0, 0.0, 0.0},  // the first point's own time is before
-        {1, 1, nan, 0.0, 0.0, 0.0},
+        {1, 1, 1.0, 3.0, 1.0, -7.0, {1.0}},  // inside: keys as the caller left them
+        {1, 1, 3.0, 6.0, 2.0, 50.0, {2.0}},  {1, 2, 3.0, 3.0, 1.0, 25.0, {1.0}},
+        {1, 3, 3.0, 9.0, 2.0, 50.0, {1.0, 0.0, 2.0}},  // cycle with offset: t', first, last
+        {1, 8, 3.0, 9.0, 2.0, 50.0, {1.0, 0.0, 2.0}},  // unknown: as cycle with offset
+        {1, 4, 3.0, ((3.0 - 2.0) * (2.0 + (2.0 - before) / probe)) + 4.0 + 2.0, before, before * 25.0, {2.0, before}},
+        {1, 0, 3.0, 0.0, 1.0, -7.0, {}},     {0, 1, -1.0, 0.0, 1.0, -7.0, {}}, {1, 1, -1.0, 0.0, 0.0, 0.0, {0.0}},
+        {6, 1, 0.0, 0.0, 0.0, 0.0, {0.0}},  // the first point's own time is before
+        {1, 1, nan, 0.0, 0.0, 0.0, {0.0}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.pre << " " << c.post << " " << c.t);
-        EXPECT_EQ(evaluateAt(c.t, c.pre, c.post, &timeLeaf), c.result);
-        EXPECT_EQ(time, c.timeAfter);
-        EXPECT_EQ(scaled, c.scaledAfter);
+        TimeRecorder recorder(&time);
+        EXPECT_EQ(evaluateAt(c.t, c.pre, c.post, &recorder), c.result);
+        EXPECT_EQ(std::make_pair(time, scaled), std::make_pair(c.timeAfter, c.scaledAfter));
+        EXPECT_EQ(recorder.seen, c.seen);
     }
 }
 
@@ -112,39 +129,6 @@ TEST_F(ExpressionCurve, TimeIsStoredInTheKindOfTheKey)
     FunctionFloatVariableInt wholeLeaf(&whole);
     EXPECT_EQ(evaluateAt(3.0, 1, 4, &wholeLeaf), ((3.0 - 2.0) * (2.0 + (2.0 - 1.0) / probe)) + 4.0 + 2.0);
     EXPECT_EQ(whole, 1);
-}
-
-// The times the expression is shown, in the order it is evaluated.
-class TimeRecorder : public FunctionFloatBase {
-public:
-    explicit TimeRecorder(const double* time) : time(time) {}
-    double operator()() const override
-    {
-        seen.push_back(*time);
-        return *time;
-    }
-    const double* time;
-    mutable std::vector<double> seen;
-};
-
-TEST_F(ExpressionCurve, ExpressionSeesTheTimesInOrder)
-{
-    const struct {
-        int post;
-        double t;
-        std::vector<double> seen;
-    } cases[] = {
-        {1, 1.0, {1.0}},                // inside: as the caller left "t"
-        {1, 5.0, {2.0}},                // hold: the last time
-        {2, 5.0, {1.0}},                // cycle: the shifted time
-        {3, 5.0, {1.0, 0.0, 2.0}},      // cycle with offset: t', first, last
-        {4, 5.0, {2.0, 2.0 + -probe}},  // linear: last, then a step back
-    };
-    for (const auto& c : cases) {
-        TimeRecorder recorder(&time);
-        evaluateAt(c.t, 1, c.post, &recorder);
-        EXPECT_EQ(recorder.seen, c.seen) << c.post;
-    }
 }
 
 }  // namespace

@@ -22,6 +22,14 @@ inline std::uint64_t bitsOf(double value)
     return bits;
 }
 
+inline std::vector<std::uint64_t> bitsOf(const std::vector<double>& values)
+{
+    std::vector<std::uint64_t> bits;
+    for (double value : values)
+        bits.push_back(bitsOf(value));
+    return bits;
+}
+
 // A record at `time` whose other fields derive from `seed`, all distinct.
 inline PointInfo distinctPoint(double time, double seed, bool flag = true,
                                kv_spline::interpolationType type = kv_spline::TCB)
@@ -34,13 +42,11 @@ inline PointInfo distinctPoint(double time, double seed, bool flag = true,
 // excepted, which must be `time`.
 inline void expectFields(const PointInfo& actual, const PointInfo& expected, double time)
 {
-    const auto bits = [](const PointInfo& p, double t) {
-        return std::vector<std::uint64_t>{bitsOf(t), bitsOf(p.value), bitsOf(p.bezier.leftSlope),
-                                          bitsOf(p.bezier.rightSlope), bitsOf(p.tcb.tension),
-                                          bitsOf(p.tcb.continuity), bitsOf(p.tcb.bias), bitsOf(p.tcb.easeFrom),
-                                          bitsOf(p.tcb.easeTo), std::uint64_t(p.type), p.flag};
+    const auto fields = [](const PointInfo& p, double t) {
+        return bitsOf({t, p.value, p.bezier.leftSlope, p.bezier.rightSlope, p.tcb.tension, p.tcb.continuity,
+                       p.tcb.bias, p.tcb.easeFrom, p.tcb.easeTo, double(p.type), double(p.flag)});
     };
-    EXPECT_EQ(bits(actual, actual.time), bits(expected, time));
+    EXPECT_EQ(fields(actual, actual.time), fields(expected, time));
 }
 
 inline void expectFields(const PointInfo& actual, const PointInfo& expected)
@@ -64,15 +70,13 @@ inline std::unique_ptr<SplineBase> curveOf(std::initializer_list<Knot> knots, in
     return curve;
 }
 
-inline std::vector<double> column(const SplineBase& curve, double PointInfo::*field)
+inline std::vector<double> timesOf(const SplineBase& curve)
 {
-    std::vector<double> values;
+    std::vector<double> times;
     for (const PointInfo* point : curve.controlPoints)
-        values.push_back(point->*field);
-    return values;
+        times.push_back(point->time);
+    return times;
 }
-
-inline std::vector<double> timesOf(const SplineBase& curve) { return column(curve, &PointInfo::time); }
 
 }  // namespace point_fields
 
