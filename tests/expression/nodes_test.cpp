@@ -1,4 +1,4 @@
-// Classification, leaf evaluation, node text and ownership of the node tree.
+// Classification, leaf evaluation and ownership of the node tree.
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -20,118 +20,60 @@ namespace {
 #define BINARY_OPERATIONS(X) \
     X(Add) X(Sub) X(Mul) X(Div) X(Pow) X(And) X(Or) X(Eql) X(Grt) X(Lss) X(Max) X(Min)
 
-// One isX/getXRef pair, asked of a node of type Owner.
-template <class Owner>
-struct QueryPair {
-    const char* name;
-    bool (*is)(const Owner&);
-    const FunctionFloatBase* (*ref)(const Owner&);
-};
-
-#define PAIR(Owner, X)                                                   \
-    QueryPair<Owner>{#X, [](const Owner& node) { return node.is##X(); }, \
-                     [](const Owner& node) -> const FunctionFloatBase* { return node.get##X##Ref(); }},
-#define BASE_PAIR(X) PAIR(FunctionFloatBase, X)
-#define UNARY_PAIR(X) PAIR(FunctionFloatUnary, X)
-#define BINARY_PAIR(X) PAIR(FunctionFloatBinary, X)
-
-const std::vector<QueryPair<FunctionFloatBase>> kindPairs = {
-    LEAVES(BASE_PAIR) BASE_PAIR(Unary) BASE_PAIR(Binary) BASE_PAIR(Ternary)};
-const std::vector<QueryPair<FunctionFloatUnary>> unaryPairs = {
-    UNARY_OPERATIONS(UNARY_PAIR) UNARY_PAIR(Rnd)};
-const std::vector<QueryPair<FunctionFloatBinary>> binaryPairs = {BINARY_OPERATIONS(BINARY_PAIR)};
-const std::vector<QueryPair<FunctionFloatTernary>> ternaryPairs = {PAIR(FunctionFloatTernary, If)};
-
-struct NodeClass {
-    const char* kind;       // the one leaf or arity pair that answers true
-    const char* operation;  // its own per-operator pair, empty for none
-    FunctionFloatBase* (*make)();
-};
-
-#define NODE_CLASS(Kind, Operation, X) \
-    NodeClass{Kind, Operation, []() -> FunctionFloatBase* { return new FunctionFloat##X; }},
-#define LEAF_CLASS(X) NODE_CLASS(#X, "", X)
-#define UNARY_CLASS(X) NODE_CLASS("Unary", #X, X)
-#define BINARY_CLASS(X) NODE_CLASS("Binary", #X, X)
-
-const NodeClass everyNodeClass[] = {
-    LEAVES(LEAF_CLASS) UNARY_OPERATIONS(UNARY_CLASS) BINARY_OPERATIONS(BINARY_CLASS)
-    NODE_CLASS("Binary", "", Rnd) NODE_CLASS("Ternary", "If", If)};
-
-// Every pair answers true and the node itself exactly when it is `own`, and
-// false and null otherwise.
-template <class Owner>
-void expectOnlyOwnPair(const Owner& node, const std::vector<QueryPair<Owner>>& pairs,
-                       const std::string& own)
+// The names of the pairs that answer true, each getXRef having been checked
+// to give the node itself exactly when its isX is true.
+std::string trueQueries(const FunctionFloatBase& node)
 {
-    for (const auto& pair : pairs) {
-        SCOPED_TRACE(pair.name);
-        const bool isOwn = pair.name == own;
-        EXPECT_EQ(pair.is(node), isOwn);
-        EXPECT_EQ(pair.ref(node), isOwn ? static_cast<const FunctionFloatBase*>(&node) : nullptr);
-    }
+    std::string names;
+    const auto ask = [&](const char* name, bool is, const FunctionFloatBase* ref) {
+        EXPECT_EQ(ref, is ? &node : nullptr) << name;
+        names += is ? std::string(names.empty() ? "" : " ") + name : "";
+    };
+#define ASK(X) ask(#X, owner->is##X(), owner->get##X##Ref());
+    { const FunctionFloatBase* owner = &node; LEAVES(ASK) ASK(Unary) ASK(Binary) ASK(Ternary) }
+    if (const FunctionFloatUnary* owner = node.getUnaryRef()) { UNARY_OPERATIONS(ASK) ASK(Rnd) }
+    if (const FunctionFloatBinary* owner = node.getBinaryRef()) { BINARY_OPERATIONS(ASK) }
+    if (const FunctionFloatTernary* owner = node.getTernaryRef()) { ASK(If) }
+    return names;
 }
 
 TEST(NodeClassification, EveryClassAnswersOnlyItsOwnPairs)
 {
-    for (const NodeClass& nodeClass : everyNodeClass) {
-        SCOPED_TRACE(std::string(nodeClass.kind) + " " + nodeClass.operation);
-        const std::unique_ptr<FunctionFloatBase> node(nodeClass.make());
+#define NODE_CLASS(expected, X) {expected, []() -> FunctionFloatBase* { return new FunctionFloat##X; }},
+#define LEAF_CLASS(X) NODE_CLASS(#X, X)
+#define UNARY_CLASS(X) NODE_CLASS("Unary " #X, X)
+#define BINARY_CLASS(X) NODE_CLASS("Binary " #X, X)
+    const std::pair<const char*, FunctionFloatBase* (*)()> everyNodeClass[] = {
+        LEAVES(LEAF_CLASS) UNARY_OPERATIONS(UNARY_CLASS) BINARY_OPERATIONS(BINARY_CLASS)
+        NODE_CLASS("Binary", Rnd) NODE_CLASS("Ternary If", If)};
+    for (const auto& [expected, make] : everyNodeClass) {
+        const std::unique_ptr<FunctionFloatBase> node(make());
         EXPECT_TRUE(node->text.empty());
-        expectOnlyOwnPair(*node, kindPairs, nodeClass.kind);
-        if (const FunctionFloatUnary* unary = node->getUnaryRef()) {
-            expectOnlyOwnPair(*unary, unaryPairs, nodeClass.operation);
-        }
-        if (const FunctionFloatBinary* binary = node->getBinaryRef()) {
-            expectOnlyOwnPair(*binary, binaryPairs, nodeClass.operation);
-        }
-        if (const FunctionFloatTernary* ternary = node->getTernaryRef()) {
-            expectOnlyOwnPair(*ternary, ternaryPairs, nodeClass.operation);
-        }
+        EXPECT_EQ(trueQueries(*node), expected);
     }
 }
 
 TEST(LeafEvaluation, LeavesConvertAndFollowTheHostVariable)
 {
-    EXPECT_EQ(FunctionFloatConstant(-2.5)(), -2.5);
     const float tenth = 0.1f;
-    EXPECT_EQ(FunctionFloatVariableFloat(&tenth)(), 0.100000001490116119384765625);
-    bool flag = true;
-    const FunctionFloatVariableBool boolLeaf(&flag);
-    EXPECT_EQ(boolLeaf(), 1.0);
-    flag = false;
-    EXPECT_EQ(boolLeaf(), 0.0);
+    const bool flag = true;
+    const double negativeZero = -0.0;
     int count = INT_MIN;
     const FunctionFloatVariableInt intLeaf(&count);
     EXPECT_EQ(intLeaf(), -2147483648.0);
     count = INT_MAX;
     EXPECT_EQ(intLeaf(), 2147483647.0);
-    double stored = 1.25;
-    const FunctionFloatVariableDouble doubleLeaf(&stored);
-    EXPECT_EQ(doubleLeaf(), 1.25);
-    stored = -0.0;
-    EXPECT_TRUE(std::signbit(doubleLeaf()));
-}
-
-TEST(NodeText, GetStringReturnsOnlyTheNodesOwnText)
-{
-    FunctionFloatNeg node;
-    node.arg = new FunctionFloatConstant(1.0);
-    node.arg->text = "1";
-    EXPECT_EQ(node.getString(), "");
-    node.text = "not(1)";
-    EXPECT_EQ(node.getString(), "not(1)");
+    EXPECT_EQ(FunctionFloatVariableFloat(&tenth)(), 0.100000001490116119384765625);
+    EXPECT_EQ(FunctionFloatVariableBool(&flag)(), 1.0);
+    EXPECT_TRUE(std::signbit(FunctionFloatVariableDouble(&negativeZero)()));
 }
 
 // A node of class Node that logs its id when it is destroyed, before the
 // base class deletes its children.
 template <class Node>
-class Recorded : public Node {
-public:
+struct Recorded : Node {
     Recorded(int id, std::vector<int>& log) : id(id), log(log) {}
     ~Recorded() override { log.push_back(id); }
-
-private:
     int id;
     std::vector<int>& log;
 };
