@@ -34,11 +34,7 @@ TEST(CurveEditing, InsertionKeepsTimeOrderAndReportsTheIndex)
 TEST(CurveEditing, Lookups)
 {
     const auto curve = curveOf({{0, 0, 1}, {1, 10, 1}, {2, 20, 1}});
-    const struct {
-        double t;
-        unsigned int index;
-        bool interior;
-    } cases[] = {{-1, 0, false}, {0, 0, false}, {0.5, 1, true},  {1, 1, true},
+    const struct { double t; unsigned int index; bool interior; } cases[] = {{-1, 0, false}, {0, 0, false}, {0.5, 1, true},  {1, 1, true},
                  {1.5, 2, true}, {2, 2, true},  {2.5, 3, false}, {nan, 2, true}};
     for (const auto& c : cases)
         EXPECT_EQ(std::make_pair(curve->findIndex(c.t), curve->isInterior(c.t)), std::make_pair(c.index, c.interior)) << c.t;
