@@ -1,4 +1,5 @@
-// Normalisation of expression text and the bracket helpers.
+// Normalisation of expression text, the bracket helpers and the finders:
+// leftmost match outside brackets, one depth shared by both bracket kinds.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -13,12 +14,9 @@ namespace {
 TEST(FirstParse, NormalisesCaseSpacesAndImplicitProducts)
 {
     const std::pair<std::string, std::string> cases[] = {
-        {"", ""}, {"x2y", "x2*y"}, {"2x3y", "2*x3*y"}, {"2 (x)", "2*(x)"}, {"a (x)", "a(x)"},
-        {"x 2 (y)", "x*2(y)"}, {"{a}{b}", "{a}*{b}"}, {")x", ")*x"}, {"A\tB", "a*b"}, {"( a )", "(a)"},
-        {"2.5E3", "2.5*e3"}, {"2(x+1)", "2*(x+1)"}, {"(a) b", "(a)*b"}, {"Sin (X)", "sin(x)"},
-        {"log10(x)", "log10(x)"}, {"1e-5", "1*e-5"}, {"2 3", "2*3"}, {"2 + x", "2+x"}, {"(a)2", "(a)*2"},
-        {") (", ")*("}, {"2{x}", "2*{x}"}, {"x2(y)", "x2(y)"}, {"12ab", "12*ab"}, {"2-(x)", "2-(x)"},
-        {"a\n\r\f\vb", "a*b"}, {"1 .5", "1.5"}, {"x  y z", "x*y*z"},
+        {"x2y", "x2*y"}, {"2x3y", "2*x3*y"}, {"2 (x)", "2*(x)"}, {"a (x)", "a(x)"}, {"x 2 (y)", "x*2(y)"},
+        {"{a}{b}", "{a}*{b}"}, {")x", ")*x"}, {"A\tB", "a*b"}, {"( a )", "(a)"}, {"2.5E3", "2.5*e3"},
+        {"(a)2", "(a)*2"}, {"Sin (X)", "sin(x)"}, {"1e-5", "1*e-5"}, {"2 3", "2*3"}, {"a\n\r\f\vb", "a*b"},
         // Bytes outside ASCII (C locale) and NUL are copied and end a number or name.
         {"2\xe9x", "2\xe9x"}, {std::string("a\0(b", 4), std::string("a\0(b", 4)},
         {std::string("2\0 3", 4), std::string("2\0" "3", 3)},
@@ -28,89 +26,83 @@ TEST(FirstParse, NormalisesCaseSpacesAndImplicitProducts)
         EXPECT_EQ(parser.firstParse(input), expected) << "input '" << input << "'";
 }
 
-TEST(TextHelpers, PrefixNumberAndEnclosureTests)
-{
-    FunctionParserBase parser;
-    EXPECT_FALSE(parser.startsWith("ab", "abc"));
-    EXPECT_TRUE(parser.startsWith("x", ""));
-    EXPECT_FALSE(parser.startsWith("abc", "ax"));
-    for (const char* valid : {"", "-.", "1.2.3", "--", "007"})
-        EXPECT_TRUE(parser.isAValidNumber(valid)) << valid;
-    for (const char* invalid : {"+1", "1e5", " 1", "x", "(1)"})
-        EXPECT_FALSE(parser.isAValidNumber(invalid)) << invalid;
-    for (const char* enclosed : {"(a+b)", "((a)+(b))", "(a))", "()", "{a}", "({)})", "{(}"})
-        EXPECT_TRUE(parser.hasFirstParentesis(enclosed)) << enclosed;
-    for (const char* open : {"(a)+(b)", "{a)", "", "(", "(a}", "a(b)", "(a)b", "{a}{b}"})
-        EXPECT_FALSE(parser.hasFirstParentesis(open)) << open;
-}
-
-// The plain definition: test, strip one pair, test again.
-std::string stripPairsOneByOne(std::string s, int& count)
-{
-    FunctionParserBase parser;
-    for (; parser.hasFirstParentesis(s); ++count)
-        s = s.substr(1, s.size() - 2);
-    return s;
-}
-
-// Bracket text wrapped in pairs, sometimes mismatched, so that deep strips
-// really occur.
-std::string randomBracketText(std::mt19937& random)
-{
-    std::uniform_int_distribution<int> lengthOf(0, 16), characterOf(0, 4), wrapsOf(0, 6);
-    std::string core;
-    for (int n = lengthOf(random); n > 0; --n)
-        core += "(){}a"[characterOf(random)];
-    for (int n = wrapsOf(random); n > 0; --n) {
-        const bool round = characterOf(random) < 3;
-        const bool mismatched = characterOf(random) == 0;
-        core = (round ? "(" : "{") + core + (round != mismatched ? ")" : "}");
-    }
-    return core;
-}
-
+// Against the plain definition: test, strip one pair, test again. Random
+// bracket texts are wrapped in pairs, sometimes mismatched, so that deep
+// strips really occur.
 TEST(TextHelpers, RemoveFirstParentesisMatchesTheRepeatedTest)
 {
-    std::vector<std::string> texts = {"((a))", "(a)+(b)", "{a)", "()", "({a})", "((a)))", "(()", "{({})}"};
-    std::mt19937 random(20240611);
-    for (int i = 0; i < 50000; ++i)
-        texts.push_back(randomBracketText(random));
     FunctionParserBase parser;
-    int deepStrips = 0;
-    for (const std::string& text : texts) {
+    std::mt19937 random(20240611);
+    for (int i = 0; i < 1000; ++i) {
+        std::string text;
+        for (int n = random() % 17; n > 0; --n)
+            text += "(){}a"[random() % 5];
+        for (int n = random() % 7; n > 0; --n) {
+            const bool round = random() % 5 < 3, mismatched = random() % 5 == 0;
+            text = (round ? "(" : "{") + text + (round != mismatched ? ")" : "}");
+        }
+        std::string expected = text;
         int pairs = 0;
-        const std::string expected = stripPairsOneByOne(text, pairs);
+        for (; parser.hasFirstParentesis(expected); ++pairs)
+            expected = expected.substr(1, expected.size() - 2);
         ParseMessage message{};
         message.position = 10;
         int count = 5;  // both are added to, not reset
         ASSERT_EQ(parser.removeFirstParentesis(text, message, count), expected) << text;
-        ASSERT_EQ(count, 5 + pairs) << text;
-        ASSERT_EQ(message.position, 10 + pairs) << text;
-        deepStrips += pairs >= 3 ? 1 : 0;
+        ASSERT_EQ(std::make_pair(count - 5, message.position - 10), std::make_pair(pairs, pairs)) << text;
     }
-    EXPECT_GT(deepStrips, 1000);  // the generator does reach deep cases
-    int count = 0;
-    EXPECT_EQ(stripPairsOneByOne("((a))", count) + stripPairsOneByOne("(a)+(b)", count), "a(a)+(b)");
-    EXPECT_EQ(count, 2);
 }
 
-TEST(TextHelpers, FindFirstElement)
+// The pieces, each ended by '|', or "-" for a miss that left the outputs alone.
+std::string joined(bool hit, const std::vector<std::string>& pieces)
 {
-    const struct {
-        char c;
-        const char* text;
-        unsigned int start, expected;
-    } cases[] = {
-        {',', "f(a,b),c", 0, 6}, {',', "a,b", 5, 0}, {',', "a,b", 0, 1}, {',', "{a,b},c", 0, 5},
-        {',', ",a", 0, 0},      // a match at 0 looks like no match
-        {',', "f(a,b)", 3, 3},  // the depth starts at 0 at `start`
-        {'+', "a)+(b", 0, 0},   // at depth -1
-        {'x', "a)(x", 0, 3},    // back at depth 0
-        {')', "(a)", 0, 2},     // a closer is tested after it closes
-    };
+    std::string out = hit ? "" : "-";
+    for (const std::string& piece : pieces)
+        out += hit ? piece + "|" : piece == "?" ? "" : "touched";
+    return out;
+}
+
+TEST(FindFirstElement, DepthCountsFromTheStart)
+{
     FunctionParserBase parser;
-    for (const auto& c : cases)
-        EXPECT_EQ(parser.findFirstElement(c.c, c.text, c.start), c.expected) << c.c << " in " << c.text;
+    const char* texts[] = {"f(a,b),c", "a,b", "{a,b},c", ",a", "f(a,b)", "a)+(b", "a)(x", "(a)"};
+    const char elements[] = {',', ',', ',', ',', ',', '+', 'x', ')'};
+    const unsigned starts[] = {0, 5, 0, 0, 3, 0, 0, 0}, expected[] = {6, 0, 5, 0, 3, 0, 3, 2};  // 0 also for a miss
+    for (int k = 0; k < 8; ++k)
+        EXPECT_EQ(parser.findFirstElement(elements[k], texts[k], starts[k]), expected[k]) << texts[k];
+}
+
+TEST(FindBinaryOperation, SplitsAtTheLeftmostOperatorOutsideBrackets)
+{
+    const std::pair<functionType, const char*> cases[] = {
+        {FT_ADD, "(a+b)"}, {FT_ADD, "(a)+(b)"}, {FT_MUL, "a*b*c"}, {FT_SUB, "-x"}, {FT_SUB, "x-"},
+        {FT_ADD, "a)+(b"}, {FT_ADD, "a)(+b"}, {FT_ADD, "{a)+(b}"}, {FT_POW, "a^b"}};
+    std::string results;
+    FunctionParserBase parser;
+    for (const auto& [type, text] : cases) {
+        std::vector<std::string> p(2, "?");
+        results += joined(parser.findBinaryOperation(type, text, p[0], p[1]), p) + " ";
+    }
+    EXPECT_EQ(results, "- (a)|(b)| a|b*c| |x| x|| - a)(|b| {a)|(b}| a|b| ");
+}
+
+// The name is "sin", "max" or "if" by the number of arguments.
+TEST(FindCallForms, NameThenOneEnclosedArgumentList)
+{
+    const std::pair<const char*, const char*> cases[] = {
+        {"sinh(x)", "-"}, {"sin{x}", "-"}, {"sin(x)+1", "(x)+1|"}, {"max{a,b}", "a|b|"}, {"max(,b)", "-"},
+        {"max(f(a,b),c)", "f(a,b)|c|"}, {"max(a,)", "a||"}, {"max(a,b,c)", "a|b,c|"}, {"max((a,b))", "-"},
+        {"max(a,b)+1", "-"}, {"max(a,b}", "-"}, {"if(a,b)", "-"}, {"if(,b,c)", "-"}, {"if(a,,c)", "a||c|"},
+        {"if(a,b,c,d)", "a|b|c,d|"}, {"if{a,b,c}", "a|b|c|"}, {"if(a,(b,c))", "-"}};
+    FunctionParserBase parser;
+    for (const auto& [text, expected] : cases) {
+        const std::size_t arguments = text[0] == 's' ? 1 : text[0] == 'm' ? 2 : 3;
+        std::vector<std::string> p(arguments, "?");
+        const bool hit = arguments == 1   ? parser.findUnaryOperation("sin", text, p[0])
+                         : arguments == 2 ? parser.findBinaryOperation("max", text, p[0], p[1])
+                                          : parser.findTernaryOperation("if", text, p[0], p[1], p[2]);
+        EXPECT_EQ(joined(hit, p), expected) << text;
+    }
 }
 
 }  // namespace

@@ -1,150 +1,163 @@
 // Tree construction: shapes, grouping, call forms, fault lists with their
-// exact positions, the running position and the root text.
+// exact positions, the running position and the root text; the mapper's
+// name helpers, how the parser consults it, and which keys a tree reads.
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
 #include "functionparserbase.h"
+#include "parservarmapper.h"
 #include "tree_printer.h"
 
 namespace {
 
 using Faults = std::vector<std::pair<int, int>>;
+using KeyList = std::vector<FunctionParserBase::keyStruct*>;
 
-class TreeBuilder : public ::testing::Test {
-protected:
+struct TreeBuilder : ::testing::Test {
     TreeBuilder()
     {
-        // "weird" has no kind; "Upper" is stored as given but operands are lower-cased.
-        for (const FunctionParserBase::keyStruct& key :
-             {FunctionParserBase::keyStruct{"x", KEY_DOUBLE, &x}, {"y", KEY_DOUBLE, &y},
-              {"a", KEY_DOUBLE, &a}, {"b", KEY_DOUBLE, &b}, {"c", KEY_DOUBLE, &c}, {"f", KEY_FLOAT, &f},
-              {"i", KEY_INT, &i}, {"flag", KEY_BOOL, &flag}, {"weird", 7, &x}, {"Upper", KEY_DOUBLE, &x}})
-            parser.insertKey(key);
+        const char* names[] = {"x", "y", "a", "b", "c"};
+        for (int k = 0; k < 5; ++k)
+            parser.insertKey(names[k], &values[k]);
+        parser.insertKey({"weird", 7, &values[5]});  // a key of no kind
+        parser.insertKey({"Upper", KEY_DOUBLE, &values[5]});  // stored as given, operands are lower-cased
     }
 
     std::string shapeOf(const std::string& text)
     {
-        message.atStart = true;
         root.reset(parser.parseString(text, message));
-        EXPECT_FALSE(message.atStart);
         return tree_printer::shape(root.get());
     }
 
-    double x = 2, y = 3, a = 5, b = 7, c = 11;
-    float f = 0.1f;
-    int i = -4;
-    bool flag = true;
+    double values[6] = {2, 3, 5, 7, 11, 13};
     FunctionParserBase parser;
     ParseMessage message{};
     std::unique_ptr<FunctionFloatBase> root;
 };
 
-struct TreeCase {
-    const char* text;
-    const char* shape;
-    Faults faults{};
-    int errorCode = PARSE_OK;
-};
-
 // One message serves every row, so a clean row also proves the reset.
 TEST_F(TreeBuilder, ShapesFaultsAndFinalPosition)
 {
-    const TreeCase cases[] = {
-        {"a|b|c", "Or(a,Or(b,c))"}, {"a&b&c", "And(a,And(b,c))"}, {"a=b=c", "Eql(a,Eql(b,c))"},
-        {"a>b>c", "Grt(a,Grt(b,c))"}, {"a<b<c", "Lss(a,Lss(b,c))"}, {"a-b-c", "Sub(a,Sub(b,c))"},
-        {"a/b/c", "Div(a,Div(b,c))"}, {"a^b^c", "Pow(a,Pow(b,c))"}, {"a|b&c", "Or(a,And(b,c))"},
-        {"a&b|c", "Or(And(a,b),c)"}, {"a=b&c", "And(Eql(a,b),c)"}, {"a>b=c", "Eql(Grt(a,b),c)"},
+    const int operand = PARSE_BAD_OPERAND, bracket = PARSE_BAD_BRACKET;
+    const struct {
+        const char* text;
+        const char* shape;
+        Faults faults{};
+        int errorCode = PARSE_OK;
+    } cases[] = {
+        {"a|b&c", "Or(a,And(b,c))"}, {"a=b&c", "And(Eql(a,b),c)"}, {"a>b=c", "Eql(Grt(a,b),c)"},
         {"a<b>c", "Grt(Lss(a,b),c)"}, {"a+b<c", "Lss(Add(a,b),c)"}, {"a-b+c", "Add(Sub(a,b),c)"},
         {"a*b-c", "Sub(Mul(a,b),c)"}, {"a/b*c", "Mul(Div(a,b),c)"}, {"a^b/c", "Div(Pow(a,b),c)"},
-        {"(a+b)*c", "Mul(Add(a,b),c)"}, {"((x))*2", "Mul(x,2)"}, {"", "0"},
+        {"a-b-c", "Sub(a,Sub(b,c))"}, {"a^b^c", "Pow(a,Pow(b,c))"}, {"((x))*2", "Mul(x,2)"}, {"", "0"},
         // Signs are binary operators with an empty, zero operand.
-        {"-x", "Sub(0,x)"}, {"+x", "Add(0,x)"}, {"--x", "Sub(0,Sub(0,x))"}, {"-x^2", "Sub(0,Pow(x,2))"},
-        {"x--y", "Sub(x,Sub(0,y))"}, {"2*-3", "Sub(Mul(2,0),3)"}, {"2^-1", "Sub(Pow(2,0),1)"},
-        {"a>-1", "Grt(a,Sub(0,1))"}, {"a>=b", "Eql(Grt(a,0),b)"}, {"1e-5", "Sub(Mul(1,e),5)"},
-        {"2pi", "Mul(2,pi)"}, {"2x", "Mul(2,x)"}, {"(a)(b)", "Mul(a,b)"}, {"2*", "Mul(2,0)"},
-        {"1.2.3", "1.2"}, {".", "0"}, {"0.1", "0.10000000000000001"}, {"007", "7"},
-        // Call forms.
-        {"sin(x)^2", "Pow(Sin(x),2)"}, {"if(x>1,a,b)", "If(Grt(x,1),a,b)"}, {"not(x)", "Neg(x)"},
-        {"max(1,2)+min(3,4)", "Add(Max(1,2),Min(3,4))"}, {"abs(-2)", "Abs(Sub(0,2))"},
-        {"sin((x))", "Sin(x)"}, {"max{a,b}", "Max(a,b)"}, {"min(a,)", "Min(a,0)"},
-        {"if(a,,c)", "If(a,0,c)"}, {"Sin (X)", "Sin(x)"}, {"exp(x)", "Exp(x)"}, {"log10(x)", "L10(x)"},
-        {"log(x)", "Log(x)"}, {"sqrt(x)", "Sqrt(x)"}, {"acos(x)", "ACos(x)"}, {"asin(x)", "ASin(x)"},
-        {"atan(x)", "ATan(x)"}, {"cosh(x)", "CosH(x)"}, {"sinh(x)", "SinH(x)"}, {"tanh(x)", "TanH(x)"},
-        {"cos(x)", "Cos(x)"}, {"tan(x)", "Tan(x)"}, {"ceil(x)", "Ceil(x)"}, {"floor(x)", "Floor(x)"},
-        {"j0(x)", "J0(x)"}, {"j1(x)", "J1(x)"},
+        {"-x^2", "Sub(0,Pow(x,2))"}, {"x--y", "Sub(x,Sub(0,y))"}, {"2*-3", "Sub(Mul(2,0),3)"},
+        {"2^-1", "Sub(Pow(2,0),1)"}, {"a>-1", "Grt(a,Sub(0,1))"}, {"a>=b", "Eql(Grt(a,0),b)"},
+        {"1e-5", "Sub(Mul(1,e),5)"}, {"2pi", "Mul(2,pi)"}, {"1.2.3", "1.2"}, {"0.1", "0.10000000000000001"},
+        {"sin(x)^2", "Pow(Sin(x),2)"}, {"if(x>1,a,b)", "If(Grt(x,1),a,b)"}, {"log10(x)-log(x)", "Sub(L10(x),Log(x))"},
+        {"max{a,b}+min(a,)", "Add(Max(a,b),Min(a,0))"}, {"not(-2)", "Neg(Sub(0,2))"}, {"if(a,,c)", "If(a,0,c)"},
         // Faults: (position, length) in the normalised text; the code is the last fault's.
-        {"exp", "0", {{0, 3}}, PARSE_BAD_OPERAND}, {"x+foo", "Add(x,0)", {{2, 3}}, PARSE_BAD_OPERAND},
-        {"foo+bar", "Add(0,0)", {{0, 3}, {4, 3}}, PARSE_BAD_OPERAND}, {")", "0", {{0, 1}}, PARSE_BAD_BRACKET},
-        {"sin(x))", "Sin(0)", {{5, 1}}, PARSE_BAD_BRACKET}, {"2*(3", "Mul(2,0)", {{2, 1}}, PARSE_BAD_BRACKET},
-        {"a,b", "0", {{0, 3}}, PARSE_BAD_OPERAND}, {"foo(x)", "0", {{5, 1}}, PARSE_BAD_BRACKET},
-        {"2,b", "2", {{0, 3}}, PARSE_BAD_OPERAND},  // keeps the number its beginning reads
-        {"sin{x}", "0", {{5, 1}}, PARSE_BAD_BRACKET}, {"if((a,b,c))", "0", {{10, 1}}, PARSE_BAD_BRACKET},
-        {"max(a,b,c)", "Max(a,0)", {{6, 3}}, PARSE_BAD_OPERAND},
-        {"max(f(a,b),c)", "Max(0,c)", {{9, 1}}, PARSE_BAD_BRACKET},
-        {"if(a,b,c,d)", "If(a,b,0)", {{7, 3}}, PARSE_BAD_OPERAND},
-        {"foo+sin(x))", "Add(0,Sin(0))", {{0, 3}, {9, 1}}, PARSE_BAD_BRACKET},
-        {"{x)+foo", "Add(0,0)", {{0, 1}, {4, 3}}, PARSE_BAD_OPERAND},
-        {"((x+1)", "0", {{1, 1}}, PARSE_BAD_BRACKET},  // one pair stripped first
-        {"x)+foo", "0", {{0, 6}}, PARSE_BAD_OPERAND},  // operators at depth -1 are unseen
-        {"weird+5", "Add(0,5)", {{0, 5}}, PARSE_BAD_OPERAND},
-        {"Upper", "0", {{0, 5}}, PARSE_BAD_OPERAND},
+        {"exp", "0", {{0, 3}}, operand}, {"foo+bar", "Add(0,0)", {{0, 3}, {4, 3}}, operand},
+        {")", "0", {{0, 1}}, bracket}, {"sin(x))", "Sin(0)", {{5, 1}}, bracket}, {"a,b", "0", {{0, 3}}, operand},
+        {"2*(3", "Mul(2,0)", {{2, 1}}, bracket}, {"foo(x)", "0", {{5, 1}}, bracket}, {"sin{x}", "0", {{5, 1}}, bracket},
+        {"max(a,b,c)", "Max(a,0)", {{6, 3}}, operand}, {"max(f(a,b),c)", "Max(0,c)", {{9, 1}}, bracket},
+        {"if(a,b,c,d)", "If(a,b,0)", {{7, 3}}, operand}, {"weird+5", "Add(0,5)", {{0, 5}}, operand},
+        {"foo+sin(x))", "Add(0,Sin(0))", {{0, 3}, {9, 1}}, bracket}, {"Upper", "0", {{0, 5}}, operand},
+        {"{x)+foo", "Add(0,0)", {{0, 1}, {4, 3}}, operand}, {"2,b", "2", {{0, 3}}, operand},  // "2" read
+        {"((x+1)", "0", {{1, 1}}, bracket},  // one pair stripped first
+        {"x)+foo", "0", {{0, 6}}, operand},  // operators at depth -1 are unseen
     };
-    for (const TreeCase& t : cases) {
-        SCOPED_TRACE(t.text);
+    for (const auto& t : cases) {
         EXPECT_EQ(shapeOf(t.text), t.shape);
-        EXPECT_EQ(message.errors, t.faults);
-        EXPECT_EQ(message.errorCode, t.errorCode);
-        EXPECT_EQ(message.position, static_cast<int>(message.text.size()));
+        EXPECT_EQ(std::tie(message.errors, message.errorCode, message.position),
+                  std::make_tuple(t.faults, t.errorCode, static_cast<int>(message.text.size()))) << t.text;
     }
 }
 
-TEST_F(TreeBuilder, LeavesReadTheirKeysKind)
+// The random node reads an implicit "t", which counts in the position. Only
+// parseString sets the root's text; parse goes on from the message's position.
+TEST_F(TreeBuilder, RandomNodeRootTextAndRunningPosition)
 {
-    EXPECT_EQ(shapeOf("f+i*flag"), "Add(f,Mul(i,flag))");
-    EXPECT_EQ((*root)(), static_cast<double>(0.1f) - 4.0);
-}
-
-TEST_F(TreeBuilder, RandomNodeReadsTheTimeKey)
-{
-    double t = 0.25;
     EXPECT_EQ(shapeOf("rnd(x)"), "Rnd(x,0)");
-    EXPECT_EQ(message.errors, (Faults{{6, 1}}));
-    EXPECT_EQ(message.errorCode, PARSE_BAD_OPERAND);
-    EXPECT_EQ(message.position, 7);  // the implicit "t" counts as well
-
-    parser.insertKey("t", &t);
+    EXPECT_EQ(std::tie(message.errors, message.position), std::make_tuple(Faults{{6, 1}}, 7));
+    parser.insertKey("t", &values[5]);
     EXPECT_EQ(shapeOf("rnd(x)"), "Rnd(x,t)");
-    EXPECT_TRUE(message.errors.empty());
-    EXPECT_EQ(message.position, 7);
-    EXPECT_EQ(root->getBinaryRef()->arg2->getVariableDoubleRef()->control, &t);
-}
-
-TEST_F(TreeBuilder, RootCarriesTheNormalisedTextAndInnerNodesNone)
-{
     EXPECT_EQ(shapeOf("{X}"), "{x}");  // a leaf root: its key name is overwritten
-    EXPECT_EQ(root->getVariableDoubleRef()->control, &x);
-
     shapeOf("Sin(X) + 2 Y");
-    EXPECT_EQ(root->getString(), "sin(x)+2*y");
-    const FunctionFloatBinary* sum = root->getBinaryRef();
-    EXPECT_EQ(sum->arg1->getString(), "");
-    EXPECT_EQ(sum->arg2->getBinaryRef()->arg2->getString(), "y");
+    EXPECT_EQ(root->getString() + "|" + root->getBinaryRef()->arg1->getString(), "sin(x)+2*y|");
+    message.position = 10;
+    root.reset(parser.parse("x+foo", message));
+    EXPECT_EQ(tree_printer::shape(root.get()) + root->getString(), "Add(x,0)");
+    EXPECT_EQ(std::tie(message.errors, message.position), std::make_tuple(Faults{{12, 3}}, 15));
 }
 
-TEST_F(TreeBuilder, ParseContinuesFromTheMessagePosition)
+// Maps "speed" to a double of its own and records every name it is asked.
+struct RecordingMapper : ParserVarMapper {
+    FunctionFloatBase* mapVariable(const std::string& name) override
+    {
+        asked.push_back(name);
+        return name == "speed" ? createDoubleVar(&mapped) : nullptr;
+    }
+    double mapped = 10.0;
+    std::vector<std::string> asked;
+};
+
+TEST(VarMapper, SplitVarNameAndExtractArrayIndex)
 {
-    message.position = 10;
-    message.atStart = true;
-    root.reset(parser.parse("x+foo", message));
-    EXPECT_EQ(tree_printer::shape(root.get()), "Add(x,0)");
-    EXPECT_EQ(root->getString(), "");  // only parseString sets the root text
-    EXPECT_EQ(message.errors, (Faults{{12, 3}}));
-    EXPECT_EQ(message.position, 15);
-    EXPECT_FALSE(message.atStart);
+    const char* splits[][3] = {
+        {"a.b.c", "a", "b.c"}, {"arr[3]", "arr", "arr"}, {"obj[2].m[5]", "obj", "m"}, {"x", "x", "x"},
+        {".x", ".x", ".x"}, {"a.", "a", ""}, {"[1]", "[1]", "[1]"}, {"a[x.y]", "a", "y]"}, {"a[1].b[", "a", "b"}};
+    RecordingMapper tools;
+    for (const auto& [name, base, field] : splits) {
+        std::string baseOut = "stale", fieldOut = "stale";
+        tools.splitVarName(name, baseOut, fieldOut);
+        EXPECT_EQ(baseOut + "|" + fieldOut, std::string(base) + "|" + field) << name;
+    }
+    const std::pair<const char*, int> indices[] = {
+        {"arr[007]", 7}, {"arr[-2]", -2}, {"arr[2.7]", 2}, {"arr[1-2]", 1}, {"a[3].b", 3},
+        {"a[-2147483648]", -2147483647 - 1}, {"arr", -1}, {"arr[3", -1}, {"a]3[", -1}, {"a[1][2]", -1},
+        {"a[x]", -1}, {"a[ 3]", -1}, {"a[+3]", -1}, {"a[]", -1}, {"a[-]", -1}, {"a[2147483648]", -1}};
+    for (const auto& [text, index] : indices)
+        EXPECT_EQ(tools.extractArrayIndex(text), index) << text;
+}
+
+// The mapper's leaves have no text, win over the key of the same name and
+// are listed by address: one null entry, or the key registered on it.
+TEST_F(TreeBuilder, ParserAsksTheMapperFirstAboutEveryOperand)
+{
+    double keyed = 20.0;
+    parser.insertKey("speed", &keyed);
+    RecordingMapper mapper;
+    parser.setVarMapper(&mapper);
+    EXPECT_EQ(shapeOf("2*(Speed)+x+speed"), "Add(Mul(2,<VariableDouble>),Add(x,<VariableDouble>))");
+    EXPECT_EQ((*root)(), 32.0);
+    EXPECT_EQ(mapper.asked, (std::vector<std::string>{"2", "speed", "x", "speed"}));
+    EXPECT_EQ(parser.getAllVars(root.get()), (KeyList{nullptr, parser.getKey("x")}));
+    parser.insertKey("mapped", &mapper.mapped);
+    EXPECT_EQ(parser.getAllVars(root.get()), (KeyList{parser.getKey("mapped"), parser.getKey("x")}));
+}
+
+// Each key once, in first-appearance order; a shared address lists the first
+// name of the leaf's kind.
+TEST_F(TreeBuilder, GetAllVarsListsKeysInFirstAppearanceOrder)
+{
+    double shared = 0;
+    for (const FunctionParserBase::keyStruct& key : {FunctionParserBase::keyStruct{"zz", KEY_DOUBLE, &shared},
+                                                     {"mm", KEY_DOUBLE, &shared}, {"aa", KEY_FLOAT, &shared}})
+        parser.insertKey(key);
+    const auto varsOf = [&](const std::string& text) {
+        shapeOf(text);
+        std::string names;
+        for (FunctionParserBase::keyStruct* key : parser.getAllVars(root.get()))
+            names += key->name + " ";
+        return names;
+    };
+    EXPECT_EQ(varsOf("1+sin(3)-max(3,4)") + varsOf("b+a*b") + varsOf("if(c,a,c+b)") + varsOf("2pi+zz+mm"),
+              "b a c a b pi mm ");
 }
 
 }  // namespace
