@@ -50,8 +50,14 @@ protected:
     std::vector<PointInfo> sourceCopy;
 };
 
-TEST_F(CurveCopying, CopyAndCopyDupTakeEveryPointAndTheModes)
+TEST_F(CurveCopying, CopyCopyDupAndCopySelectedMakeNewRecords)
 {
+    PointInfo foreign = distinctPoint(1.0, 99.0);
+    target.copySelected(source, {original[3], target.controlPoints[0], &foreign, original[1], original[3], nullptr});
+    expectCurve(target, {1, 3}, 0.0, 0, 4, false, -1.0);
+    EXPECT_NE(target.controlPoints[0], original[1]);
+    target.copySelected(source, {});
+    EXPECT_TRUE(target.controlPoints.empty());
     target.copyDup(source, 2.5);
     expectCurve(target, {0, 2, 1, 3}, 2.5, 0, 4, false, -1.0);  // equal times arrive reversed
     target.copy(source);
@@ -66,35 +72,12 @@ TEST_F(CurveCopying, CopyAndCopyDupTakeEveryPointAndTheModes)
     expectCurve(source, {0, 2, 1, 3}, -3.0, 0, 4, true, 7.0);
     source.copy(source);
     expectCurve(source, {0, 1, 2, 3}, -3.0, 0, 4, true, 7.0);
+    const std::vector<PointInfo*>& copied = source.controlPoints;
+    source.copySelected(source, {copied[3], copied[0], copied[3]});
+    expectCurve(source, {0, 3}, -3.0, 0, 4, true, 7.0);
 }
 
-TEST_F(CurveCopying, CopyRefsSharesTheSourceRecordsWithoutDeletingTheOldOnes)
-{
-    const std::vector<PointInfo*> old = target.controlPoints;
-    target.copyRefs(source);
-    EXPECT_EQ(target.controlPoints, (std::vector<PointInfo*>{original[0], original[2], original[1], original[3]}));
-    expectCurve(target, {0, 2, 1, 3}, 0.0, 0, 4, false, -1.0);
-    EXPECT_EQ(source.controlPoints, original);
-    for (PointInfo* record : old)
-        delete record;  // still alive: the target only forgot them
-    target.reset();     // the source deletes the shared records
-    source.copyRefs(source);
-    EXPECT_EQ(source.controlPoints, original);
-}
-
-TEST_F(CurveCopying, CopySelectedCopiesTheNamedSourcePointsOnce)
-{
-    PointInfo foreign = distinctPoint(1.0, 99.0);
-    target.copySelected(source, {original[3], target.controlPoints[0], &foreign, original[1], original[3], nullptr});
-    expectCurve(target, {1, 3}, 0.0, 0, 4, false, -1.0);
-    EXPECT_NE(target.controlPoints[0], original[1]);
-    target.copySelected(source, {});
-    EXPECT_TRUE(target.controlPoints.empty());
-    source.copySelected(source, {original[3], original[0], original[3]});
-    expectCurve(source, {0, 3}, 0.0, 0, 4, true, 7.0);
-}
-
-TEST_F(CurveCopying, CombineAddsShiftedCopiesAndReturnsThemInSourceOrder)
+TEST_F(CurveCopying, CombineAddsShiftedCopiesInSourceOrderAndCopyRefsSharesTheRecords)
 {
     const std::vector<PointInfo*> old = target.controlPoints;
     const std::vector<const PointInfo*> added = target.combine(source, 1.0);
@@ -104,11 +87,20 @@ TEST_F(CurveCopying, CombineAddsShiftedCopiesAndReturnsThemInSourceOrder)
     // Source 0, 1, 1, 3 arrive at 1, 2, 2, 4; each goes before equal times.
     EXPECT_EQ(std::vector<const PointInfo*>(target.controlPoints.begin(), target.controlPoints.end()),
               (std::vector<const PointInfo*>{old[0], added[0], added[2], added[1], old[1], added[3]}));
-    EXPECT_TRUE(target.modified);
     target.modified = false;
     EXPECT_TRUE(target.combine(SplineBase(), 1.0).empty());
     EXPECT_EQ(target.controlPoints.size(), 6u);
     EXPECT_TRUE(target.modified);
+
+    const std::vector<PointInfo*> held = target.controlPoints;
+    target.copyRefs(source);
+    EXPECT_EQ(target.controlPoints, (std::vector<PointInfo*>{original[0], original[2], original[1], original[3]}));
+    expectCurve(target, {0, 2, 1, 3}, 0.0, 0, 4, false, -1.0);
+    for (PointInfo* record : held)
+        delete record;  // still alive: the target only forgot them
+    target.reset();     // the source deletes the shared records
+    source.copyRefs(source);
+    EXPECT_EQ(source.controlPoints, original);
     const std::vector<const PointInfo*> doubled = source.combine(source, 0.0);
     EXPECT_EQ(point_fields::timesOf(source), (std::vector<double>{0, 0, 1, 1, 1, 1, 3, 3}));
     EXPECT_EQ(source.controlPoints[0], doubled.at(0));  // a copy goes before its equal original

@@ -15,18 +15,10 @@
 
 namespace point_fields {
 
-inline std::uint64_t bitsOf(double value)
-{
-    std::uint64_t bits;
-    std::memcpy(&bits, &value, sizeof bits);
-    return bits;
-}
-
 inline std::vector<std::uint64_t> bitsOf(const std::vector<double>& values)
 {
-    std::vector<std::uint64_t> bits;
-    for (double value : values)
-        bits.push_back(bitsOf(value));
+    std::vector<std::uint64_t> bits(values.size());
+    std::memcpy(bits.data(), values.data(), values.size() * sizeof(double));
     return bits;
 }
 
