@@ -86,3 +86,29 @@ TEST(Operators, EdgeCasesAndLibraryResults)
 }
 
 }  // namespace
+
+namespace {
+
+// Records the order in which the random node reads its children.
+struct OrderProbe : FunctionFloatBase {
+    OrderProbe(int id, std::vector<int>& log) : id(id), log(log) {}
+    double operator()() const override
+    {
+        log.push_back(id);
+        return 0.5;
+    }
+    int id;
+    std::vector<int>& log;
+};
+
+TEST(RandomNode, ReadsThePositionBeforeTheAmplitude)
+{
+    std::vector<int> log;
+    FunctionFloatRnd noise;
+    noise.arg1 = new OrderProbe(1, log);
+    noise.arg2 = new OrderProbe(2, log);
+    noise();
+    EXPECT_EQ(log, (std::vector<int>{2, 1}));
+}
+
+}  // namespace

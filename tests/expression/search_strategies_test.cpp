@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <locale>
+#include <memory>
 #include <random>
 #include <sstream>
 #include <string>
@@ -12,6 +14,8 @@
 #include <vector>
 
 #include "brackets.h"
+#include "functionfloatbase.h"
+#include "functionparserbase.h"
 #include "numberreading.h"
 #include "operator_location.h"
 
@@ -96,3 +100,22 @@ TEST(NumberReading, ReadsAsTheStreamBitForBit)
         ASSERT_EQ(std::memcmp(&value, &expected, sizeof value), 0) << '"' << text << "\": " << value;
     }
 }
+
+namespace {
+
+// A host that changed the global locale gets what stream input gives there.
+struct CommaDecimal : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+};
+
+TEST(NumberReader, FollowsStreamInputUnderAnotherGlobalLocale)
+{
+    const std::locale previous = std::locale::global(std::locale(std::locale::classic(), new CommaDecimal));
+    FunctionParserBase parser;
+    ParseMessage message{};
+    std::unique_ptr<FunctionFloatBase> tree(parser.parseString("1.5", message));
+    std::locale::global(previous);
+    EXPECT_EQ((*tree)(), 1.0);  // ',' is the decimal point there: "1.5" reads 1
+}
+
+}  // namespace
