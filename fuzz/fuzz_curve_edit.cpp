@@ -28,16 +28,11 @@
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
 #include "splinebase.h"
+#include "fuzz_support.h"
 
 namespace {
 
-void require(bool condition, const char* what)
-{
-    if (!condition) {
-        std::fprintf(stderr, "invariant broken: %s\n", what);
-        std::abort();
-    }
-}
+using fuzz_support::require;
 
 // ---------------------------------------------------------------- decoding
 
@@ -274,28 +269,7 @@ void rebindTimeKeys(std::uint8_t choice)
 
 // ---------------------------------------------------------------- the harness
 
-// A scratch file of this process, for the stream formats; memory-backed
-// where the system has it, since the text save flushes after every line.
-const std::string& scratchPath()
-{
-    static const std::string path = [] {
-        for (const char* folder : {"/dev/shm", "/tmp"}) {
-            std::string name = std::string(folder) + "/exprcurve-fuzz-edit-XXXXXX";
-            const int fd = mkstemp(&name[0]);
-            if (fd >= 0) {
-                close(fd);
-                return name;
-            }
-        }
-        require(false, "a scratch file can be made");
-        return std::string();
-    }();
-    return path;
-}
-
-struct ScratchCleanup {
-    ~ScratchCleanup() { std::remove(scratchPath().c_str()); }
-} scratchCleanup;
+using fuzz_support::scratchPath;
 
 constexpr std::size_t maxPoints = 96;
 

@@ -19,18 +19,13 @@
 #include <vector>
 
 #include "splinebase.h"
+#include "fuzz_support.h"
 
 namespace {
 
 constexpr unsigned int binaryVersions[] = {3000, 3020, 3027};
 
-void require(bool condition, const char* what)
-{
-    if (!condition) {
-        std::fprintf(stderr, "invariant broken: %s\n", what);
-        std::abort();
-    }
-}
+using fuzz_support::require;
 
 bool sameBits(double a, double b)
 {
@@ -58,28 +53,7 @@ bool samePoints(const SplineBase& a, const SplineBase& b)
     return a.preExtrapolation == b.preExtrapolation && a.postExtrapolation == b.postExtrapolation;
 }
 
-// A scratch file of this process, for the stream formats; memory-backed
-// where the system has it, since the text save flushes after every line.
-const std::string& scratchPath()
-{
-    static const std::string path = [] {
-        for (const char* folder : {"/dev/shm", "/tmp"}) {
-            std::string name = std::string(folder) + "/exprcurve-fuzz-XXXXXX";
-            const int fd = mkstemp(&name[0]);
-            if (fd >= 0) {
-                close(fd);
-                return name;
-            }
-        }
-        require(false, "a scratch file can be made");
-        return std::string();
-    }();
-    return path;
-}
-
-struct ScratchCleanup {
-    ~ScratchCleanup() { std::remove(scratchPath().c_str()); }
-} scratchCleanup;
+using fuzz_support::scratchPath;
 
 // Times at which every curve is evaluated: the special values, each point's
 // own time, the midpoints, and far outside.

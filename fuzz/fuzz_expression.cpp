@@ -16,6 +16,7 @@
 
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
+#include "fuzz_support.h"
 #include "parservarmapper.h"
 
 #if __has_include("compiledexpression.h")
@@ -40,13 +41,7 @@ struct HostValues {
 
 HostValues host;
 
-void require(bool condition, const char* what)
-{
-    if (!condition) {
-        std::fprintf(stderr, "invariant broken: %s\n", what);
-        std::abort();
-    }
-}
+using fuzz_support::require;
 
 std::uint64_t bitsOf(double value)
 {
