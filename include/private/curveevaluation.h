@@ -59,14 +59,22 @@ inline CurveLocation locateTime(const std::vector<PointInfo*>& points, const dou
                          [&] { return firstNotBelow(points, t, 1, count - 1); });
 }
 
-// Maps the segment position s through the ease of the segment's start (a, the
-// easeFrom of its first point) and end (b, the easeTo of its last point).
-// Without enough ease, or with a negative one, s is kept.
+// Whether the ease of a segment's start (a, the easeFrom of its first point)
+// and end (b, the easeTo of its last point) leaves every position in it as it
+// is: too little ease in all, or a negative one. It depends on the segment
+// alone, so a bulk evaluation can decide it once per segment.
+inline bool easeIsInactive(const double& a, const double& b)
+{
+    return 1e-5 > a + b || a < 0.0 || b < 0.0;
+}
+
+// Maps the segment position s through the ease of the segment's start and
+// end (see easeIsInactive).
 inline double easedPosition(const double& s, double a, double b)
 {
-    const double sum = a + b;
-    if (1e-5 > sum || a < 0.0 || b < 0.0)
+    if (easeIsInactive(a, b))
         return s;
+    const double sum = a + b;
     double k;
     if (sum > 1.0) {
         a = a / sum;
