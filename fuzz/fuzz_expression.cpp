@@ -144,6 +144,8 @@ void checkCompiled(const FunctionFloatBase* tree)
 #ifdef EXPRCURVE_FUZZ_COMPILED
     const exprcurve::CompiledExpression compiled(tree);
     require(sameResult(compiled(), (*tree)()), "compiled evaluation matches the tree");
+    const exprcurve::CompiledExpression interpreted(tree, exprcurve::CompiledExpression::Backend::Interpreter);
+    require(sameResult(interpreted(), (*tree)()), "the interpreted program matches the tree");
     exprcurve::CompiledExpression copy(compiled);
     const exprcurve::CompiledExpression moved(std::move(copy));
     host.x = -host.x + 0.5;
@@ -153,6 +155,7 @@ void checkCompiled(const FunctionFloatBase* tree)
     host.array[2] = -host.array[2];
     require(sameResult(moved(), (*tree)()), "a moved copy matches the tree");
     require(sameResult(compiled(), (*tree)()), "compiled evaluation reads variables anew");
+    require(sameResult(interpreted(), (*tree)()), "the interpreted program reads variables anew");
 #else
     (void)tree;
 #endif

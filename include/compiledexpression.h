@@ -30,9 +30,21 @@
 // one compiled form may be evaluated from several threads at once while
 // nobody writes the bound variables. It uses a fixed-size stack in its frame;
 // a subtree that would need a deeper stack is evaluated through the tree.
+//
+// Native code: on x86-64 Linux the program is translated into machine code
+// (SSE2 operations in the tree's order, the same math-library calls through
+// the same C++ wrappers the interpreter uses), placed in a page of its own
+// that is made executable and never written again. Programs that call host
+// nodes stay interpreted, so that an exception thrown by a host node
+// unwinds as it would from the tree. Where executable memory cannot be had
+// (another platform, a policy that forbids it) or with Backend::Interpreter,
+// the program is interpreted; the results are the same either way. Copies
+// share the native code.
 #ifndef EXPRCURVE_COMPILEDEXPRESSION_H
 #define EXPRCURVE_COMPILEDEXPRESSION_H
 
+#include <cstddef>
+#include <memory>
 #include <vector>
 
 class FunctionFloatBase;
@@ -41,20 +53,41 @@ namespace exprcurve {
 
 class CompiledExpression {
 public:
+    enum class Backend {
+        Automatic,    // native code where the platform allows, else the interpreter
+        Interpreter,  // always the interpreter
+    };
+
     // `root` must not be null; it is not owned and must outlive this object.
-    explicit CompiledExpression(const FunctionFloatBase* root);
+    explicit CompiledExpression(const FunctionFloatBase* root,
+                                Backend backend = Backend::Automatic);
     ~CompiledExpression();
     CompiledExpression(const CompiledExpression& other);
     CompiledExpression& operator=(const CompiledExpression& other);
     CompiledExpression(CompiledExpression&& other) noexcept;
     CompiledExpression& operator=(CompiledExpression&& other) noexcept;
 
-    double operator()() const;
+    double operator()() const { return native ? native->entry() : interpret(); }
+
+    // True when evaluation runs native code.
+    bool usesNativeCode() const { return native != nullptr; }
 
     struct Instruction;
 
+    // Executable memory holding the program's machine code; `entry` computes
+    // the expression.
+    struct NativeCode {
+        double (*entry)();
+        void* memory;
+        std::size_t size;
+        ~NativeCode();
+    };
+
 private:
+    double interpret() const;
+
     std::vector<Instruction> program;
+    std::shared_ptr<const NativeCode> native;
 };
 
 }  // namespace exprcurve

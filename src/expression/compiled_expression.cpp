@@ -2,124 +2,22 @@
 // machine. Every instruction leaves its result in the accumulator; a binary
 // node whose operands are both inner nodes pushes its left value onto a small
 // stack in the evaluation frame and pops it back when the right one is done.
-//
-// The operation of each instruction is named once, in the operation lists
-// below: the math-library call or IEEE operation the node class makes, or
-// the shared rule of functionfloatoperations.h it evaluates through. The
-// opcodes, the dispatch cases and the compiler's tables are generated from
-// those lists.
+// Where the platform allows, the program is then turned into native code;
+// otherwise it is interpreted here.
 #include "compiledexpression.h"
 
 #include <cassert>
-#include <cmath>
-#include <cstdint>
-#include <math.h>  // j0, j1
 #include <optional>
 #include <unordered_set>
 #include <utility>
 
+#include "compiled_program.h"
+#include "native_code.h"
 #include "functionfloatbase.h"
 
 namespace exprcurve {
 namespace compiled {
-
-// ---------------------------------------------------------------- operations
-
-using namespace exprcurve::operations;
-
-inline double add(double a, double b) { return a + b; }
-inline double subtract(double a, double b) { return a - b; }
-inline double multiply(double a, double b) { return a * b; }
-inline double divide(double a, double b) { return a / b; }
-inline double power(double a, double b) { return std::pow(a, b); }
-
-// X(name of the node class's query, the operation)
-#define EXPRCURVE_UNARY_OPERATIONS(X)                                                    \
-    X(Neg, logicalNot) X(J0, ::j0) X(J1, ::j1) X(Floor, std::floor) X(Ceil, std::ceil) \
-    X(Tan, std::tan) X(Sin, std::sin) X(Cos, std::cos) X(TanH, std::tanh)              \
-    X(SinH, std::sinh) X(CosH, std::cosh) X(ATan, std::atan) X(ASin, std::asin)        \
-    X(ACos, std::acos) X(Sqrt, std::sqrt) X(Abs, flipSignUnlessPositive)               \
-    X(Log, std::log) X(L10, std::log10) X(Exp, std::exp)
-
-#define EXPRCURVE_BINARY_OPERATIONS(X)                                                  \
-    X(Add, add) X(Sub, subtract) X(Mul, multiply) X(Div, divide) X(Pow, power)         \
-    X(And, logicalAnd) X(Or, logicalOr) X(Eql, equal) X(Grt, greater) X(Lss, less)     \
-    X(Max, maximum) X(Min, minimum)
-
-// ---------------------------------------------------------------- instructions
-
-// Where a binary instruction finds its operands: "Acc" is the accumulator,
-// "Stack" the value popped from the stack (always the left operand),
-// "Variable" a double read through its address, "Constant" a copied value.
-// The "Push" forms first push the accumulator, saving a dispatch whenever a
-// left value has to wait for a right operand made of two leaves.
-#define EXPRCURVE_BINARY_FORMS(X, NAME)                                               \
-    X(NAME, StackAcc) X(NAME, AccConstant) X(NAME, AccVariable) X(NAME, ConstantAcc) \
-    X(NAME, VariableAcc) X(NAME, VariableVariable) X(NAME, VariableConstant)         \
-    X(NAME, ConstantVariable) X(NAME, PushVariableVariable)                          \
-    X(NAME, PushVariableConstant) X(NAME, PushConstantVariable)
-
-enum class Form { StackAcc, AccConstant, AccVariable, ConstantAcc, VariableAcc,
-                  VariableVariable, VariableConstant, ConstantVariable, PushVariableVariable,
-                  PushVariableConstant, PushConstantVariable, count };
-
-// The push form of each form that reads two leaves.
-Form pushing(Form form)
-{
-    switch (form) {
-    case Form::VariableVariable:
-        return Form::PushVariableVariable;
-    case Form::VariableConstant:
-        return Form::PushVariableConstant;
-    default:
-        return Form::PushConstantVariable;
-    }
-}
-
-#define EXPRCURVE_UNARY_OPCODES(NAME, OPERATION) NAME, NAME##OfVariable,
-#define EXPRCURVE_FORM_OPCODE(NAME, FORM) NAME##FORM,
-#define EXPRCURVE_BINARY_OPCODES(NAME, OPERATION) EXPRCURVE_BINARY_FORMS(EXPRCURVE_FORM_OPCODE, NAME)
-
-// The program ends after its last instruction; jumps may target that end.
-enum class Opcode : std::uint8_t {
-    Push,                // pushes the accumulator
-    Jump,                // to `first.target`
-    JumpIfZero,          // to `first.target` when the accumulator is 0.0 or -0.0
-    Constant,            // loads `first.constant`
-    VariableDouble,      // loads through `first.variable`
-    VariableFloat,
-    VariableInt,
-    VariableBool,
-    CallNode,            // evaluates `first.node` through the tree
-    EXPRCURVE_UNARY_OPERATIONS(EXPRCURVE_UNARY_OPCODES)
-    EXPRCURVE_BINARY_OPERATIONS(EXPRCURVE_BINARY_OPCODES)
-};
-
-union Operand {
-    double constant;
-    const double* variable;
-    const float* floatVariable;
-    const int* intVariable;
-    const unsigned char* boolByte;
-    const FunctionFloatBase* node;
-    std::size_t target;
-};
-
-}  // namespace compiled
-
-struct CompiledExpression::Instruction {
-    compiled::Opcode opcode;
-    compiled::Operand first;
-    compiled::Operand second;
-};
-
-namespace compiled {
 namespace {
-
-using Instruction = CompiledExpression::Instruction;
-
-// Stack depth available to one evaluation; 512 bytes of its frame.
-constexpr int stackCapacity = 64;
 
 #define EXPRCURVE_UNARY_TABLE_ENTRY(NAME, OPERATION) \
     {&FunctionFloatUnary::is##NAME, Opcode::NAME, Opcode::NAME##OfVariable},
@@ -423,10 +321,12 @@ private:
 
 // ---------------------------------------------------------------- the class
 
-CompiledExpression::CompiledExpression(const FunctionFloatBase* root)
+CompiledExpression::CompiledExpression(const FunctionFloatBase* root, Backend backend)
 {
     assert(root);
     program = compiled::Compiler(*root).program;
+    if (backend == Backend::Automatic)
+        native = compiled::generateNativeCode(program);
 }
 
 CompiledExpression::~CompiledExpression() = default;
@@ -482,7 +382,7 @@ CompiledExpression& CompiledExpression::operator=(CompiledExpression&& other) no
         accumulator = OPERATION(step->first.constant, *step->second.variable);           \
         break;
 
-double CompiledExpression::operator()() const
+double CompiledExpression::interpret() const
 {
     using compiled::Opcode;
     using namespace compiled;  // the operations named in the case lists

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <fstream>
+#include <sstream>
 #include <memory>
 #include <random>
 #include <string>
@@ -17,6 +19,12 @@
 using exprcurve::CompiledExpression;
 
 namespace {
+
+#if defined(__x86_64__) && defined(__linux__)
+constexpr bool nativeCodeExpected = true;
+#else
+constexpr bool nativeCodeExpected = false;
+#endif
 
 std::uint64_t bitsOf(double value)
 {
@@ -51,12 +59,20 @@ struct Inputs {
         return std::uniform_real_distribution<double>(-4.0, 4.0)(random);
     }
 
-    // Compiles once, then compares over inputs written after compiling.
-    void expectSameBitsAsTree(const std::string& text, int rounds)
+    // Compiles once for each backend, then compares over inputs written
+    // after compiling.
+    void expectSameBitsAsTree(const std::string& text, int rounds, bool fitsTheStack = true)
     {
         ParseMessage message{};
         const std::unique_ptr<FunctionFloatBase> tree(parser.parseString(text, message));
-        const CompiledExpression compiled(tree.get());
+        const CompiledExpression native(tree.get());
+        const CompiledExpression interpreted(tree.get(), CompiledExpression::Backend::Interpreter);
+        ASSERT_FALSE(interpreted.usesNativeCode());
+        // Only the random node and subtrees too deep for the stack call back
+        // into the tree, which keeps a program interpreted.
+        if (nativeCodeExpected && fitsTheStack && text.find("rnd") == std::string::npos) {
+            ASSERT_TRUE(native.usesNativeCode()) << text;
+        }
         for (int round = 0; round < rounds; ++round) {
             for (double* variable : {&a, &b, &c, &d, &t})
                 *variable = draw();
@@ -65,8 +81,11 @@ struct Inputs {
             // The tree reads the byte: a bool holding 2 or 255 must read as true.
             const unsigned char bytes[] = {0, 1, 2, 255};
             std::memcpy(&k, &bytes[random() % std::size(bytes)], 1);
-            ASSERT_EQ(bitsOf(compiled()), bitsOf((*tree)())) << text << " with a, b, c, d, t, f, n = " << a
-                << ", " << b << ", " << c << ", " << d << ", " << t << ", " << f << ", " << n;
+            const std::uint64_t expected = bitsOf((*tree)());
+            for (const CompiledExpression* compiled : {&native, &interpreted})
+                ASSERT_EQ(bitsOf((*compiled)()), expected) << text << (compiled == &native ? " native" : " interpreted")
+                    << " with a, b, c, d, t, f, n = " << a << ", " << b << ", " << c << ", " << d << ", " << t << ", "
+                    << f << ", " << n;
         }
     }
 };
@@ -93,16 +112,21 @@ std::string randomText(std::mt19937& random, int depth)
 TEST(CompiledExpression, BenchmarkDeepAndRandomExpressionsMatchTheTree)
 {
     // Both operands of every product are inner nodes, so each level needs
-    // one more stack slot than the one below it.
-    std::string deep = "(a-b)";
-    for (int level = 0; level < 150; ++level)
-        deep = "(c+" + std::to_string(level) + "*d)*(" + deep + ")-sin(a)*(b-a)";
+    // one more stack slot than the one below it: 40 levels go beyond the
+    // slots kept in registers (with and without calls), 150 beyond the stack.
+    const auto deepText = [](int levels, const std::string& term = "sin(a)") {
+        std::string deep = "(a-b)";
+        for (int level = 0; level < levels; ++level)
+            deep = "(c+" + std::to_string(level) + "*d)*(" + deep + ")-" + term + "*(b-a)";
+        return deep;
+    };
     Inputs inputs;
     for (const std::string& text : std::vector<std::string>{
              "a+b", "a*b+c*d", "(a+b)*(c-d)/2", "sin(a)*cos(b)+sqrt(abs(c))", "max(a,b)*3+min(c,d)",
              "exp(a)/(1+exp(b))", "2*sin(t)+max(a,b)", "(a+b+c+d)*(a-b)+sin(a)*sin(b)+cos(c)*cos(d)",
-             "a^3+2*a^2+4*a+1", "if(a>b,a*2,b/2)", deep})
+             "a^3+2*a^2+4*a+1", "if(a>b,a*2,b/2)", deepText(40), deepText(40, "(a+d)")})
         inputs.expectSameBitsAsTree(text, 300);
+    inputs.expectSameBitsAsTree(deepText(150), 300, false);
     std::mt19937 random(2024);
     for (int index = 0; index < 100; ++index)
         inputs.expectSameBitsAsTree(randomText(random, 2 + index % 5), 20);
@@ -159,5 +183,42 @@ TEST(CompiledExpression, IfCallsOnlyTheSelectedBranchLikeTheTree)
     }
     EXPECT_EQ(onTrue + onZero, 110.0);  // each of ten evaluations called one branch
 }
+
+#if defined(__linux__)
+// Bytes of read-only executable memory mapped without a file: native code.
+// (A tool's own code cache, such as valgrind's, is writable as well.)
+std::uint64_t anonymousCodeBytes()
+{
+    std::ifstream maps("/proc/self/maps");
+    std::uint64_t bytes = 0;
+    for (std::string line; std::getline(maps, line);) {
+        std::istringstream fields(line);
+        std::string range, permissions, offset, device, inode, path;
+        fields >> range >> permissions >> offset >> device >> inode >> path;
+        if (permissions != "r-xp" || !path.empty())
+            continue;
+        const std::size_t dash = range.find('-');
+        bytes += std::stoull(range.substr(dash + 1), nullptr, 16) - std::stoull(range.substr(0, dash), nullptr, 16);
+    }
+    return bytes;
+}
+
+TEST(CompiledExpression, NativeCodeIsSharedByCopiesAndReleasedWithTheLastOne)
+{
+    double a = 1.5, b = -2.0;
+    FunctionFloatAdd tree;
+    tree.arg1 = new FunctionFloatVariableDouble(&a);
+    tree.arg2 = new FunctionFloatVariableDouble(&b);
+    const std::uint64_t before = anonymousCodeBytes();
+    for (int round = 0; round < 2000; ++round) {
+        const CompiledExpression compiled(&tree);
+        CompiledExpression copy(compiled);
+        CompiledExpression moved(std::move(copy));
+        ASSERT_EQ(moved(), -0.5);
+        ASSERT_EQ(moved.usesNativeCode(), compiled.usesNativeCode());
+    }
+    EXPECT_EQ(anonymousCodeBytes(), before);
+}
+#endif
 
 }  // namespace
