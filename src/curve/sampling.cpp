@@ -10,8 +10,7 @@
 //
 // The plain sampling goes further: the times that follow one another inside
 // a segment form a run, evaluated by a kernel over the prepared segment, two
-// times per instruction where the processor has SSE2. A run of one time
-// takes the plain path, which costs less than setting up a kernel.
+// times per instruction where the processor has SSE2.
 #include <algorithm>
 #include <cstddef>
 #include <limits>
@@ -31,6 +30,18 @@ using exprcurve_detail::ExpressionEvaluation;
 using exprcurve_detail::PlainEvaluation;
 
 namespace {
+
+// The times that lie in one segment of a list whose times never decrease and
+// hold no NaN: exactly those above the segment's start and not above its
+// end, as every earlier point's time is then below such a time and the
+// end's is the first one that is not.
+struct SegmentSpan {
+    double start;
+    double end;
+
+    // The end first: ascending times leave a segment through its end.
+    bool holds(const double& t) const { return t <= end && start < t; }
+};
 
 // How the times of a run inside one segment are evaluated.
 enum class RunKind {
@@ -63,8 +74,10 @@ RunKind runKindOf(const exprcurve_detail::SegmentShape& shape)
 // operands gives the same result.
 class PackedSegment {
 public:
-    explicit PackedSegment(const exprcurve_detail::SegmentShape& shape)
-        : startTime(_mm_set1_pd(shape.start->time)),
+    PackedSegment(const exprcurve_detail::SegmentShape& shape, const SegmentSpan& span)
+        : spanStart(_mm_set1_pd(span.start)),
+          spanEnd(_mm_set1_pd(span.end)),
+          startTime(_mm_set1_pd(shape.start->time)),
           duration(_mm_set1_pd(shape.end->time - shape.start->time)),
           startValue(_mm_set1_pd(shape.start->value)),
           endValue(_mm_set1_pd(shape.end->value)),
@@ -73,6 +86,15 @@ public:
           endTangent(_mm_set1_pd(shape.endTangent))
     {
     }
+
+    // SegmentSpan::holds for both times.
+    bool holdsBoth(const __m128d& t) const
+    {
+        const __m128d held = _mm_and_pd(_mm_cmplt_pd(spanStart, t), _mm_cmple_pd(t, spanEnd));
+        return _mm_movemask_pd(held) == 3;
+    }
+
+    __m128d step() const { return startValue; }
 
     __m128d linear(const __m128d& t) const
     {
@@ -95,6 +117,8 @@ private:
         return _mm_div_pd(_mm_sub_pd(t, startTime), duration);
     }
 
+    __m128d spanStart;
+    __m128d spanEnd;
     __m128d startTime;
     __m128d duration;
     __m128d startValue;
@@ -104,40 +128,51 @@ private:
     __m128d endTangent;
 };
 
-// Evaluates the pairs of times[begin, end) with `kernel` and returns where
-// the pairs stop: at `end`, or one short of it for an odd count. Each pair is
-// read before its values are written, so the times may be the values' array.
+// Evaluates times from `begin` on, two at a time, with `kernel` while the
+// segment holds both, and returns where it stopped. Each pair is read before
+// its values are written, so the times may be the values' array.
 template <typename Kernel>
-std::size_t fillPairs(const double* times, double* values, std::size_t begin,
-                      const std::size_t& end, Kernel&& kernel)
+std::size_t fillPairs(const PackedSegment& segment, const double* times, double* values,
+                      std::size_t begin, const std::size_t& count, Kernel&& kernel)
 {
-    for (; end - begin >= 2; begin += 2)
-        _mm_storeu_pd(values + begin, kernel(_mm_loadu_pd(times + begin)));
+    for (; count - begin >= 2; begin += 2) {
+        const __m128d t = _mm_loadu_pd(times + begin);
+        if (!segment.holdsBoth(t))
+            break;
+        _mm_storeu_pd(values + begin, kernel(t));
+    }
     return begin;
 }
 #endif
 
-// Writes the value at each time of times[begin, end), all of which lie in
-// the segment.
-void fillRun(const exprcurve_detail::SegmentShape& shape, const double* times, double* values,
-             std::size_t begin, const std::size_t& end)
+// Evaluates the times from `begin` on while the segment holds them, and
+// returns where the run ends. Each value is written after its time is read.
+std::size_t fillRun(const exprcurve_detail::SegmentShape& shape, const SegmentSpan& span,
+                    const double* times, double* values, std::size_t begin,
+                    const std::size_t& count)
 {
-    const RunKind kind = runKindOf(shape);
-    if (kind == RunKind::Step) {
-        std::fill(values + begin, values + end, shape.start->value);
-        return;
-    }
 #if defined(__SSE2__)
-    const PackedSegment packed(shape);
-    if (kind == RunKind::Linear)
-        begin = fillPairs(times, values, begin, end,
+    const PackedSegment packed(shape, span);
+    switch (runKindOf(shape)) {
+    case RunKind::Step:
+        begin = fillPairs(packed, times, values, begin, count,
+                          [&](const __m128d&) { return packed.step(); });
+        break;
+    case RunKind::Linear:
+        begin = fillPairs(packed, times, values, begin, count,
                           [&](const __m128d& t) { return packed.linear(t); });
-    else if (kind == RunKind::Hermite)
-        begin = fillPairs(times, values, begin, end,
+        break;
+    case RunKind::Hermite:
+        begin = fillPairs(packed, times, values, begin, count,
                           [&](const __m128d& t) { return packed.hermite(t); });
+        break;
+    case RunKind::Eased:
+        break;
+    }
 #endif
-    for (; begin < end; ++begin)
+    for (; begin < count && span.holds(times[begin]); ++begin)
         values[begin] = exprcurve_detail::valueInSegment(shape, times[begin]);
+    return begin;
 }
 
 // The segment source for a list whose times never decrease and hold no NaN.
@@ -154,17 +189,23 @@ public:
     explicit SortedWalk(const SplineBase& curve) : curve(curve)
     {
         const std::vector<PointInfo*>& points = curve.controlPoints;
-        times.reserve(points.size());
+        times.resize(points.size());
+        // Written through a pointer, so that the previous time stays in a
+        // register: the check reads every record of the list on each call.
+        double* copied = times.data();
         double previous = -std::numeric_limits<double>::infinity();
         for (const PointInfo* point : points) {
-            if (!exprcurve_detail::staysSortedWithoutNaN(previous, point->time))
+            const double time = point->time;
+            if (!exprcurve_detail::staysSortedWithoutNaN(previous, time)) {
+                times.clear();
                 return;
-            previous = point->time;
-            times.push_back(previous);
+            }
+            *copied++ = time;
+            previous = time;
         }
     }
 
-    bool walkable() const { return !times.empty() && times.size() == curve.controlPoints.size(); }
+    bool walkable() const { return !times.empty(); }
 
     CurveLocation locate(const double& t)
     {
@@ -172,13 +213,11 @@ public:
                                                [&] { return findSegment(t); });
     }
 
-    // Whether an inside t lies in `segment`: on a list whose times never
-    // decrease and hold no NaN, exactly when it is above the segment's start
-    // and not above its end, as every earlier point's time is then below it
-    // and the end's is the first one that is not.
-    bool holds(const std::size_t& segment, const double& t) const
+    // From the copied times rather than the records, so that checking the
+    // next time need not wait for the segment's records to load.
+    SegmentSpan spanOf(const std::size_t& segment) const
     {
-        return times[segment - 1] < t && t <= times[segment];
+        return {times[segment - 1], times[segment]};
     }
 
     double value(const std::size_t& segment, const double& t)
@@ -264,17 +303,16 @@ void SplineBase::sample(const double* times, double* values, std::size_t count) 
         // A time inside the curve goes straight to its segment, which is all
         // that the full evaluation (a call that handles the out-of-range
         // modes as well) would do with it, and so do the times after it
-        // while the segment holds them. The run's times are read before any
-        // of its values is written.
+        // while the segment holds them. A time alone in its segment takes
+        // the path that costs less than setting up a run.
         const std::size_t segment = location.segment;
-        std::size_t runEnd = i + 1;
-        while (runEnd < count && walk.holds(segment, times[runEnd]))
-            ++runEnd;
-        if (runEnd - i == 1)
+        const SegmentSpan span = walk.spanOf(segment);
+        if (i + 1 < count && span.holds(times[i + 1])) {
+            i = fillRun(walk.shapeOf(segment), span, times, values, i, count);
+        } else {
             values[i] = walk.value(segment, t);
-        else
-            fillRun(walk.shapeOf(segment), times, values, i, runEnd);
-        i = runEnd;
+            ++i;
+        }
     }
 }
 
