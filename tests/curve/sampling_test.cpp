@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <random>
@@ -97,10 +98,10 @@ TEST(CurveSampling, MatchesSingleTimeEvaluation)
 
 // Ascending times dense enough that many follow one another inside a
 // segment, in runs of every length, odd and even, that start and end on the
-// points' own times, repeat times, and are broken by an occasional NaN or a
-// step back to a segment's start; the whole-run evaluation must give each
-// time's own value, also when the times are overwritten by the values in
-// place.
+// points' own times or just past them, repeat times, and are broken by an
+// occasional NaN or a step back to a segment's start; the whole-run
+// evaluation must give each time's own value, also when the times are
+// overwritten by the values in place.
 TEST(CurveSampling, RunsInsideSegmentsMatchSingleTimeEvaluation)
 {
     std::mt19937 random(7321u);
@@ -110,6 +111,8 @@ TEST(CurveSampling, RunsInsideSegmentsMatchSingleTimeEvaluation)
         const double first = curve.controlPoints.empty() ? last : curve.controlPoints.front()->time;
         const std::vector<double> keys = point_fields::timesOf(curve);
         std::vector<double> times = keys;
+        for (double key : keys)
+            times.push_back(std::nextafter(key, infinity));
         for (int i = static_cast<int>(random() % 120); i > 0; --i)
             times.push_back(uniform(random, first - 3.0, last + 3.0));
         for (int i = static_cast<int>(random() % 4); i > 0; --i)
@@ -117,11 +120,14 @@ TEST(CurveSampling, RunsInsideSegmentsMatchSingleTimeEvaluation)
         std::sort(times.begin(), times.end());
         if (round % 3 == 0)
             times.insert(times.begin() + static_cast<long>(random() % (times.size() + 1)), nan);
-        // A segment's own start time, right after a time inside it, belongs
-        // to the segment before.
+        // A segment's own start time, right after times inside it, belongs
+        // to the segment before; three times inside put it in a pair with
+        // one of them.
         if (round % 3 == 1)
-            for (std::size_t k = 1; k < keys.size(); ++k)
-                times.insert(times.end(), {(keys[k - 1] + keys[k]) / 2, keys[k - 1]});
+            for (std::size_t k = 1; k < keys.size(); ++k) {
+                const double middle = (keys[k - 1] + keys[k]) / 2;
+                times.insert(times.end(), {middle, middle, middle, keys[k - 1]});
+            }
 
         const std::vector<std::uint64_t> expected = point_fields::bitsOf(oneByOne(curve, times));
         EXPECT_EQ(point_fields::bitsOf(curve.sample(times)), expected) << round;
