@@ -43,12 +43,13 @@ struct SegmentSpan {
     bool holds(const double& t) const { return t <= end && start < t; }
 };
 
+#if defined(__SSE2__)
 // How the times of a run inside one segment are evaluated.
 enum class RunKind {
     Step,     // the start value throughout
     Linear,
     Hermite,  // a Hermite segment whose ease keeps every position as it is
-    Eased,    // a Hermite segment with active ease, evaluated time by time
+    Eased,    // a Hermite segment with active ease, left to the scalar path
 };
 
 RunKind runKindOf(const exprcurve_detail::SegmentShape& shape)
@@ -63,15 +64,16 @@ RunKind runKindOf(const exprcurve_detail::SegmentShape& shape)
                : RunKind::Eased;
 }
 
-#if defined(__SSE2__)
 // A segment evaluated at two times at once. Each lane goes through the
 // operations that valueInSegment applies to one time, in the same order and
 // grouping; packed SSE2 arithmetic rounds every lane as the scalar
 // instruction does and the build never contracts into fused multiply-adds,
-// so every value is the scalar one bit for bit, NaN and -0.0 included. A
-// change to valueInSegment must be made here too. The differences that do
-// not depend on the time are taken once: the same operation on the same
-// operands gives the same result.
+// so every value is the scalar one bit for bit, NaN and -0.0 included (only
+// where two NaNs of different bits meet may either survive, in the scalar
+// code as well: the compiler is free to swap the operands of an addition or
+// a product). A change to valueInSegment must be made here too. The
+// differences that do not depend on the time are taken once: the same
+// operation on the same operands gives the same result.
 class PackedSegment {
 public:
     PackedSegment(const exprcurve_detail::SegmentShape& shape, const SegmentSpan& span)
