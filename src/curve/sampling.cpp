@@ -215,8 +215,6 @@ public:
                                                [&] { return findSegment(t); });
     }
 
-    // From the copied times rather than the records, so that checking the
-    // next time need not wait for the segment's records to load.
     SegmentSpan spanOf(const std::size_t& segment) const
     {
         return {times[segment - 1], times[segment]};
@@ -226,6 +224,8 @@ public:
     {
         return exprcurve_detail::valueInSegment(shapeOf(segment), t);
     }
+
+    bool isPrepared(const std::size_t& segment) const { return segment == shapeSegment; }
 
     const exprcurve_detail::SegmentShape& shapeOf(const std::size_t& segment)
     {
@@ -305,12 +305,12 @@ void SplineBase::sample(const double* times, double* values, std::size_t count) 
         // A time inside the curve goes straight to its segment, which is all
         // that the full evaluation (a call that handles the out-of-range
         // modes as well) would do with it, and so do the times after it
-        // while the segment holds them. A time alone in its segment takes
-        // the path that costs less than setting up a run.
+        // while the segment holds them. A run is set up for a segment met a
+        // second time, so that times which each fall in a segment of their
+        // own pay nothing for it.
         const std::size_t segment = location.segment;
-        const SegmentSpan span = walk.spanOf(segment);
-        if (i + 1 < count && span.holds(times[i + 1])) {
-            i = fillRun(walk.shapeOf(segment), span, times, values, i, count);
+        if (walk.isPrepared(segment)) {
+            i = fillRun(walk.shapeOf(segment), walk.spanOf(segment), times, values, i, count);
         } else {
             values[i] = walk.value(segment, t);
             ++i;

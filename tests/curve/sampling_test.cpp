@@ -121,12 +121,12 @@ TEST(CurveSampling, RunsInsideSegmentsMatchSingleTimeEvaluation)
         if (round % 3 == 0)
             times.insert(times.begin() + static_cast<long>(random() % (times.size() + 1)), nan);
         // A segment's own start time, right after times inside it, belongs
-        // to the segment before; three times inside put it in a pair with
-        // one of them.
+        // to the segment before; as many as four times inside put it at
+        // either place in a pair.
         if (round % 3 == 1)
             for (std::size_t k = 1; k < keys.size(); ++k) {
-                const double middle = (keys[k - 1] + keys[k]) / 2;
-                times.insert(times.end(), {middle, middle, middle, keys[k - 1]});
+                times.insert(times.end(), 1 + random() % 4, (keys[k - 1] + keys[k]) / 2);
+                times.push_back(keys[k - 1]);
             }
 
         const std::vector<std::uint64_t> expected = point_fields::bitsOf(oneByOne(curve, times));
