@@ -76,10 +76,9 @@ RunKind runKindOf(const exprcurve_detail::SegmentShape& shape)
 // operation on the same operands gives the same result.
 class PackedSegment {
 public:
-    PackedSegment(const exprcurve_detail::SegmentShape& shape, const SegmentSpan& span)
-        : spanStart(_mm_set1_pd(span.start)),
-          spanEnd(_mm_set1_pd(span.end)),
-          startTime(_mm_set1_pd(shape.start->time)),
+    explicit PackedSegment(const exprcurve_detail::SegmentShape& shape)
+        : startTime(_mm_set1_pd(shape.start->time)),
+          endTime(_mm_set1_pd(shape.end->time)),
           duration(_mm_set1_pd(shape.end->time - shape.start->time)),
           startValue(_mm_set1_pd(shape.start->value)),
           endValue(_mm_set1_pd(shape.end->value)),
@@ -92,7 +91,7 @@ public:
     // SegmentSpan::holds for both times.
     bool holdsBoth(const __m128d& t) const
     {
-        const __m128d held = _mm_and_pd(_mm_cmplt_pd(spanStart, t), _mm_cmple_pd(t, spanEnd));
+        const __m128d held = _mm_and_pd(_mm_cmplt_pd(startTime, t), _mm_cmple_pd(t, endTime));
         return _mm_movemask_pd(held) == 3;
     }
 
@@ -119,9 +118,8 @@ private:
         return _mm_div_pd(_mm_sub_pd(t, startTime), duration);
     }
 
-    __m128d spanStart;
-    __m128d spanEnd;
     __m128d startTime;
+    __m128d endTime;
     __m128d duration;
     __m128d startValue;
     __m128d endValue;
@@ -149,12 +147,11 @@ std::size_t fillPairs(const PackedSegment& segment, const double* times, double*
 
 // Evaluates the times from `begin` on while the segment holds them, and
 // returns where the run ends. Each value is written after its time is read.
-std::size_t fillRun(const exprcurve_detail::SegmentShape& shape, const SegmentSpan& span,
-                    const double* times, double* values, std::size_t begin,
-                    const std::size_t& count)
+std::size_t fillRun(const exprcurve_detail::SegmentShape& shape, const double* times,
+                    double* values, std::size_t begin, const std::size_t& count)
 {
 #if defined(__SSE2__)
-    const PackedSegment packed(shape, span);
+    const PackedSegment packed(shape);
     switch (runKindOf(shape)) {
     case RunKind::Step:
         begin = fillPairs(packed, times, values, begin, count,
@@ -172,6 +169,7 @@ std::size_t fillRun(const exprcurve_detail::SegmentShape& shape, const SegmentSp
         break;
     }
 #endif
+    const SegmentSpan span{shape.start->time, shape.end->time};
     for (; begin < count && span.holds(times[begin]); ++begin)
         values[begin] = exprcurve_detail::valueInSegment(shape, times[begin]);
     return begin;
@@ -213,11 +211,6 @@ public:
     {
         return exprcurve_detail::locateBetween(times.front(), times.back(), times.size(), t,
                                                [&] { return findSegment(t); });
-    }
-
-    SegmentSpan spanOf(const std::size_t& segment) const
-    {
-        return {times[segment - 1], times[segment]};
     }
 
     double value(const std::size_t& segment, const double& t)
@@ -310,7 +303,7 @@ void SplineBase::sample(const double* times, double* values, std::size_t count) 
         // own pay nothing for it.
         const std::size_t segment = location.segment;
         if (walk.isPrepared(segment)) {
-            i = fillRun(walk.shapeOf(segment), walk.spanOf(segment), times, values, i, count);
+            i = fillRun(walk.shapeOf(segment), times, values, i, count);
         } else {
             values[i] = walk.value(segment, t);
             ++i;
