@@ -11,6 +11,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstdio>
 #include <fstream>
 #include <memory>
@@ -206,7 +207,9 @@ BENCHMARK(textLoad)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3)
 // Adding to a list the curve already holds scans it from the front for the
 // insertion place and shifts the tail behind it, so every order is
 // quadratic: ascending pays the whole scan, descending the whole shift,
-// random half of each. The sizes stop at 64 Ki to finish in seconds.
+// random half of each. The sizes stop at 64 Ki to finish in seconds; with
+// EXPRCURVE_BENCH_LARGE_BUILDS=1 in the environment 1 Mi points are built
+// too, once per order (about a quarter of an hour in all).
 void build(benchmark::State& state, int order)
 {
     const int points = static_cast<int>(state.range(0));
@@ -232,8 +235,28 @@ void buildSizes(benchmark::internal::Benchmark* benchmark)
     benchmark->Unit(benchmark::kMillisecond);
 }
 
+bool largeBuildsWanted()
+{
+    const char* wanted = std::getenv("EXPRCURVE_BENCH_LARGE_BUILDS");
+    return wanted && std::string(wanted) == "1";
+}
+
+void largeBuildSize(benchmark::internal::Benchmark* benchmark)
+{
+    benchmark->Arg(mebi)->Iterations(1)->Unit(benchmark::kSecond);
+}
+
 BENCHMARK_CAPTURE(build, ascending, 1)->Apply(buildSizes);
 BENCHMARK_CAPTURE(build, descending, -1)->Apply(buildSizes);
 BENCHMARK_CAPTURE(build, random, 0)->Apply(buildSizes);
+
+const bool largeBuildsRegistered = [] {
+    if (largeBuildsWanted()) {
+        benchmark::RegisterBenchmark("build/ascending", build, 1)->Apply(largeBuildSize);
+        benchmark::RegisterBenchmark("build/descending", build, -1)->Apply(largeBuildSize);
+        benchmark::RegisterBenchmark("build/random", build, 0)->Apply(largeBuildSize);
+    }
+    return true;
+}();
 
 }  // namespace
