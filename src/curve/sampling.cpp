@@ -222,10 +222,17 @@ public:
 
     const exprcurve_detail::SegmentShape& shapeOf(const std::size_t& segment)
     {
-        if (segment != shapeSegment) {
+        if (segment == shapeSegment)
+            return shape;
+        shapeSegment = segment;
+        if (shapes.empty()) {
             shape = exprcurve_detail::segmentShape(curve, segment);
-            shapeSegment = segment;
+            return shape;
         }
+        exprcurve_detail::SegmentShape& kept = shapes[segment];
+        if (!kept.start)
+            kept = exprcurve_detail::segmentShape(curve, segment);
+        shape = kept;
         return shape;
     }
 
@@ -237,8 +244,10 @@ private:
     std::size_t findSegment(const double& t)
     {
         if (t <= times[cursor]) {
-            if (cursor > 1 && t <= times[cursor - 1])
+            if (cursor > 1 && t <= times[cursor - 1]) {
+                keepEveryShape();
                 cursor = firstNotBelow(1, cursor - 1, t);
+            }
             return cursor;
         }
         const std::size_t last = times.size() - 1;
@@ -252,6 +261,15 @@ private:
         }
         cursor = firstNotBelow(low, high, t);
         return cursor;
+    }
+
+    // Times that go back come in no order, and would prepare the same
+    // segments over and over: from the first one on, each segment is
+    // prepared once and kept.
+    void keepEveryShape()
+    {
+        if (shapes.empty())
+            shapes.resize(times.size());
     }
 
     // The first index in [low, high] whose time is not below t; the time at
@@ -274,6 +292,7 @@ private:
     std::size_t cursor = 1;
     std::size_t shapeSegment = 0;  // no segment 0: nothing prepared yet
     exprcurve_detail::SegmentShape shape{};
+    std::vector<exprcurve_detail::SegmentShape> shapes;  // by segment; start null until prepared
 };
 
 }  // namespace
