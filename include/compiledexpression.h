@@ -33,13 +33,14 @@
 //
 // Native code: on x86-64 Linux the program is translated into machine code
 // (SSE2 operations in the tree's order, the same math-library calls through
-// the same C++ wrappers the interpreter uses), placed in a page of its own
-// that is made executable and never written again. Programs that call host
-// nodes stay interpreted, so that an exception thrown by a host node
-// unwinds as it would from the tree. Where executable memory cannot be had
+// the same C++ wrappers the interpreter uses), placed in memory pages of its
+// own (at least one page, 4 KiB, per compiled form; copies share it) that
+// are made executable and never written again. Programs that call back into
+// the tree (a host's nodes, the random node, a subtree too deep for the
+// stack) stay interpreted, so that an exception thrown there unwinds as it
+// would from the tree. Where executable memory cannot be had
 // (another platform, a policy that forbids it) or with Backend::Interpreter,
-// the program is interpreted; the results are the same either way. Copies
-// share the native code.
+// the program is interpreted; the results are the same either way.
 #ifndef EXPRCURVE_COMPILEDEXPRESSION_H
 #define EXPRCURVE_COMPILEDEXPRESSION_H
 
