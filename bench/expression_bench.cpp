@@ -1,7 +1,8 @@
 // Expression benchmarks and the program's main().
 //
-// Ten expressions, each measured five ways: parsing (parseString + delete),
-// tree evaluation, CompiledExpression evaluation, a hand-written C++ function
+// Ten expressions, each measured six ways: parsing (parseString + delete),
+// tree evaluation, CompiledExpression evaluation (native code where the
+// platform has it, and the interpreter), a hand-written C++ function
 // computing the same thing (the floor), and muparser when it is built in.
 // The variables a b c d t are rewritten from a cycle of precomputed inputs
 // before every evaluation, so no engine can hoist anything out of the loop;
@@ -143,6 +144,8 @@ struct Engines {
         ParseMessage message{};
         tree.reset(exprcurveParser().parseString(source.text, message));
         compiled = std::make_unique<exprcurve::CompiledExpression>(tree.get());
+        interpreted = std::make_unique<exprcurve::CompiledExpression>(
+            tree.get(), exprcurve::CompiledExpression::Backend::Interpreter);
 #ifdef EXPRCURVE_BENCH_MUPARSER
         muparser = makeMuparser(source.muparserText);
 #endif
@@ -150,7 +153,8 @@ struct Engines {
 
     const Case& source;
     std::unique_ptr<FunctionFloatBase> tree;
-    std::unique_ptr<exprcurve::CompiledExpression> compiled;
+    std::unique_ptr<exprcurve::CompiledExpression> compiled;     // native code where there is any
+    std::unique_ptr<exprcurve::CompiledExpression> interpreted;  // the same program, interpreted
 #ifdef EXPRCURVE_BENCH_MUPARSER
     std::unique_ptr<mu::Parser> muparser;
 #endif
@@ -172,8 +176,8 @@ std::uint64_t ulpDistance(double x, double y)
     return first > second ? first - second : second - first;
 }
 
-// exprcurve's tree, its compiled form and the native function must agree to
-// the bit; muparser's differences are only reported.
+// exprcurve's tree, its compiled form (both backends) and the native
+// function must agree to the bit; muparser's differences are only reported.
 bool enginesAgree(const std::vector<Engines>& all)
 {
     bool exact = true;
@@ -184,12 +188,14 @@ bool enginesAgree(const std::vector<Engines>& all)
             variables = input;
             const double fromTree = (*engines.tree)();
             const double fromCompiled = (*engines.compiled)();
+            const double fromInterpreted = (*engines.interpreted)();
             const double fromNative = engines.source.native(variables);
-            if (bitsOf(fromTree) != bitsOf(fromCompiled) || bitsOf(fromTree) != bitsOf(fromNative)) {
+            if (bitsOf(fromTree) != bitsOf(fromCompiled) || bitsOf(fromTree) != bitsOf(fromInterpreted) ||
+                bitsOf(fromTree) != bitsOf(fromNative)) {
                 std::printf("MISMATCH %s at a=%.17g b=%.17g c=%.17g d=%.17g t=%.17g: tree %.17g "
-                            "compiled %.17g native %.17g\n",
+                            "compiled %.17g interpreted %.17g native %.17g\n",
                             engines.source.text, input.a, input.b, input.c, input.d, input.t,
-                            fromTree, fromCompiled, fromNative);
+                            fromTree, fromCompiled, fromInterpreted, fromNative);
                 exact = false;
             }
 #ifdef EXPRCURVE_BENCH_MUPARSER
@@ -205,7 +211,7 @@ bool enginesAgree(const std::vector<Engines>& all)
                         "to %" PRIu64 " ulp\n",
                         engines.source.text, muparserDifferences, inputs.size(), worstMuparserUlps);
     }
-    std::printf("exprcurve tree, compiled form and native functions %s on %zu inputs per "
+    std::printf("exprcurve tree, compiled form (native code and interpreter) and native functions %s on %zu inputs per "
                 "expression\n",
                 exact ? "agree to the bit" : "DISAGREE", inputs.size());
     return exact;
@@ -248,6 +254,7 @@ void registerBenchmarks(const std::vector<Engines>& all)
         const Case& source = engines.source;
         const FunctionFloatBase* tree = engines.tree.get();
         const exprcurve::CompiledExpression* compiled = engines.compiled.get();
+        const exprcurve::CompiledExpression* interpreted = engines.interpreted.get();
         benchmark::RegisterBenchmark(evaluationName("tree", source).c_str(),
                                      [tree](benchmark::State& state) {
                                          timeEvaluations(state, [tree] { return (*tree)(); });
@@ -255,6 +262,10 @@ void registerBenchmarks(const std::vector<Engines>& all)
         benchmark::RegisterBenchmark(evaluationName("compiled", source).c_str(),
                                      [compiled](benchmark::State& state) {
                                          timeEvaluations(state, [compiled] { return (*compiled)(); });
+                                     });
+        benchmark::RegisterBenchmark(evaluationName("interpreted", source).c_str(),
+                                     [interpreted](benchmark::State& state) {
+                                         timeEvaluations(state, [interpreted] { return (*interpreted)(); });
                                      });
         benchmark::RegisterBenchmark(evaluationName("native", source).c_str(),
                                      [&source](benchmark::State& state) {
@@ -334,21 +345,24 @@ void printSummary(const CollectingReporter& results)
                 " (muparser not built in)"
 #endif
     );
-    std::printf("%-46s%9s%9s%9s%9s%9s%9s%9s%9s%9s\n", "expression", "tree", "compiled",
-                "native", "muparser", "tree/mu", "comp/mu", "comp/nat", "parse", "parse mu");
+    std::printf("%-46s%9s%9s%9s%9s%9s%9s%9s%9s%9s%9s%9s\n", "expression", "tree", "compiled",
+                "interp", "native", "muparser", "tree/mu", "comp/mu", "comp/nat", "intp/mu",
+                "parse", "parse mu");
     for (const Case& source : cases) {
         const double tree = results.find(evaluationName("tree", source));
         const double compiled = results.find(evaluationName("compiled", source));
+        const double interpreted = results.find(evaluationName("interpreted", source));
         const double native = results.find(evaluationName("native", source));
         const double muparser = results.find(evaluationName("muparser", source));
         const double parse = results.find(parseName("exprcurve", source));
         const double parseMuparser = results.find(parseName("muparser", source));
         std::printf("%-46s", source.text);
-        for (const double time : {tree, compiled, native, muparser})
+        for (const double time : {tree, compiled, interpreted, native, muparser})
             printCell(time, "%9.2f");
         printRatio(tree, muparser);
         printRatio(compiled, muparser);
         printRatio(compiled, native);
+        printRatio(interpreted, muparser);
         for (const double time : {parse, parseMuparser})
             printCell(time < 0 ? time : time / 1000.0, "%9.2f");
         std::printf("\n");
