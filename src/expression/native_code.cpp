@@ -215,28 +215,22 @@ public:
     // False when the program holds an instruction that stays interpreted.
     bool generate()
     {
-        // The frame holds the stack slots beyond the registers and the ones
-        // saved around calls.
-        for (const Instruction& step : program) {
-            if (step.opcode == Opcode::CallNode)
-                return false;
-            const Decoded decoded = decode(step.opcode);
-            depth += stackEffect(step.opcode, decoded);
-            needsFrame = needsFrame || depth > slotsInRegisters || decoded.kind == Decoded::Unary ||
-                         decoded.kind == Decoded::UnaryOfVariable ||
-                         (decoded.kind == Decoded::Binary && !isInline(decoded.operation));
+        if (!planFrame())
+            return false;
+        if (needsFrame) {
+            code.raw({0x48, 0x81, 0xEC});  // sub rsp, frameSize
+            code.word32(frameSize);
         }
-        depth = 0;
-        if (needsFrame)
-            code.raw({0x48, 0x81, 0xEC}), code.word32(frameSize);  // sub rsp, frameSize
         for (const Instruction& step : program) {
             offsets.push_back(code.position());
             instruction(step);
         }
         offsets.push_back(code.position());
-        if (needsFrame)
-            code.raw({0x48, 0x81, 0xC4}), code.word32(frameSize);  // add rsp, frameSize
-        code.raw({0xC3});                                           // ret
+        if (needsFrame) {
+            code.raw({0x48, 0x81, 0xC4});  // add rsp, frameSize
+            code.word32(frameSize);
+        }
+        code.raw({0xC3});  // ret
         for (const Jump& jump : jumps)
             code.patch32(jump.at, static_cast<std::uint32_t>(offsets[jump.target] - (jump.at + 4)));
         return true;
@@ -249,6 +243,24 @@ private:
         std::size_t at;      // of the 32-bit displacement
         std::size_t target;  // instruction index
     };
+
+    // A frame holds the stack slots beyond the registers and the slots
+    // saved around calls; a program that needs neither runs without one.
+    // False when the program calls back into the tree.
+    bool planFrame()
+    {
+        for (const Instruction& step : program) {
+            if (step.opcode == Opcode::CallNode)
+                return false;
+            const Decoded decoded = decode(step.opcode);
+            depth += stackEffect(step.opcode, decoded);
+            needsFrame = needsFrame || depth > slotsInRegisters || decoded.kind == Decoded::Unary ||
+                         decoded.kind == Decoded::UnaryOfVariable ||
+                         (decoded.kind == Decoded::Binary && !isInline(decoded.operation));
+        }
+        depth = 0;
+        return true;
+    }
 
     static int stackEffect(Opcode opcode, const Decoded& decoded)
     {
