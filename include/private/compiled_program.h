@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <math.h>  // j0, j1
+#include <optional>
 #include <vector>
 
 #include "compiledexpression.h"
@@ -78,6 +79,22 @@ inline Form pushing(Form form)
         return Form::PushVariableConstant;
     default:
         return Form::PushConstantVariable;
+    }
+}
+
+// The two-leaf form that a push form continues with, or no value for a form
+// that pushes nothing.
+inline std::optional<Form> afterPush(Form form)
+{
+    switch (form) {
+    case Form::PushVariableVariable:
+        return Form::VariableVariable;
+    case Form::PushVariableConstant:
+        return Form::VariableConstant;
+    case Form::PushConstantVariable:
+        return Form::ConstantVariable;
+    default:
+        return std::nullopt;
     }
 }
 

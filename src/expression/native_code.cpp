@@ -16,6 +16,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <vector>
 
 #if defined(__x86_64__) && defined(__linux__)
@@ -268,16 +269,9 @@ private:
             return 1;
         if (decoded.kind != Decoded::Binary)
             return 0;
-        switch (decoded.form) {
-        case Form::StackAcc:
+        if (decoded.form == Form::StackAcc)
             return -1;
-        case Form::PushVariableVariable:
-        case Form::PushVariableConstant:
-        case Form::PushConstantVariable:
-            return 1;
-        default:
-            return 0;
-        }
+        return afterPush(decoded.form) ? 1 : 0;
     }
 
     // The SSE2 instruction (after 0F, with prefix F2) that is the operation
@@ -363,12 +357,9 @@ private:
     void binary(const Decoded& decoded, const Instruction& step)
     {
         Form form = decoded.form;
-        if (form == Form::PushVariableVariable || form == Form::PushVariableConstant ||
-            form == Form::PushConstantVariable) {
+        if (const std::optional<Form> leaves = afterPush(form)) {
             push();
-            form = form == Form::PushVariableVariable   ? Form::VariableVariable
-                   : form == Form::PushVariableConstant ? Form::VariableConstant
-                                                        : Form::ConstantVariable;
+            form = *leaves;
         }
         switch (form) {
         case Form::StackAcc: {
