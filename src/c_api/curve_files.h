@@ -1,0 +1,30 @@
+// Curve files by path, shared by the C interface and the Python package:
+// version 0 is the text format, written with enough digits to load back bit
+// for bit; any other version is binary data of that version.
+#ifndef EXPRCURVE_CURVE_FILES_H
+#define EXPRCURVE_CURVE_FILES_H
+
+#include <string>
+
+class SplineBase;
+
+namespace exprcurve {
+
+// The oldest version a binary save may be asked for: the save writes the
+// newest layout, which a reader told an older version would misread.
+constexpr unsigned int newestBinaryLayout = 3027;
+
+struct FileOutcome {
+    bool ok = true;
+    int systemError = 0;  // errno when the file could not be opened or written
+    std::string message;  // empty when ok
+};
+
+// Replaces the points and modes of `curve` (and, for binary data, its
+// curveFlag). On a failure partway, the points read so far stay.
+FileOutcome loadCurveFile(SplineBase& curve, const std::string& path, unsigned int version);
+FileOutcome saveCurveFile(SplineBase& curve, const std::string& path, unsigned int version);
+
+}  // namespace exprcurve
+
+#endif  // EXPRCURVE_CURVE_FILES_H
