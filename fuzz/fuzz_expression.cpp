@@ -18,6 +18,7 @@
 #include "functionparserbase.h"
 #include "fuzz_support.h"
 #include "parservarmapper.h"
+#include "plain_variable_discovery.h"
 
 #if __has_include("compiledexpression.h")
 #include "compiledexpression.h"
@@ -40,6 +41,8 @@ struct HostValues {
 };
 
 HostValues host;
+
+constexpr std::size_t randomNodeBound = 4;
 
 using fuzz_support::require;
 
@@ -86,6 +89,8 @@ FunctionParserBase& fuzzParser()
         // A kind code that is none of the four reads like an unknown name.
         parser.insertKey(FunctionParserBase::keyStruct{"k", 9, &host.unknownKind});
         parser.setVarMapper(&mapper);
+        // Random nodes are costly to build; past the bound a call is a fault.
+        parser.maxRandomNodes = randomNodeBound;
         return true;
     }();
     (void)prepared;
@@ -116,6 +121,7 @@ void checkMessage(const ParseMessage& message)
 void checkVariables(FunctionParserBase& parser, const FunctionFloatBase* tree)
 {
     const std::vector<FunctionParserBase::keyStruct*> vars = parser.getAllVars(tree);
+    require(vars == plain_variable_discovery::allVars(parser, tree), "getAllVars follows its definition");
     std::set<const FunctionParserBase::keyStruct*> seen;
     for (const FunctionParserBase::keyStruct* key : vars) {
         require(seen.insert(key).second, "each variable listed once");
@@ -126,6 +132,26 @@ void checkVariables(FunctionParserBase& parser, const FunctionFloatBase* tree)
             inTable = inTable || &entry.second == key;
         require(inTable, "listed keys belong to the parser's table");
     }
+}
+
+std::size_t randomNodesIn(const FunctionFloatBase* root)
+{
+    std::size_t count = 0;
+    std::vector<const FunctionFloatBase*> pending{root};
+    while (!pending.empty()) {
+        const FunctionFloatBase* node = pending.back();
+        pending.pop_back();
+        if (!node)
+            continue;
+        count += dynamic_cast<const FunctionFloatRnd*>(node) != nullptr;
+        if (const FunctionFloatUnary* unary = node->getUnaryRef())
+            pending.push_back(unary->arg);
+        if (const FunctionFloatBinary* binary = node->getBinaryRef())
+            pending.insert(pending.end(), {binary->arg1, binary->arg2});
+        if (const FunctionFloatTernary* ternary = node->getTernaryRef())
+            pending.insert(pending.end(), {ternary->arg1, ternary->arg2, ternary->arg3});
+    }
+    return count;
 }
 
 // The same result to the bit, except that any NaN equals any NaN: when both
@@ -179,6 +205,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(tree != nullptr, "parseString returns a tree");
     require(tree->text == message.text, "the root carries the normalised text");
     checkMessage(message);
+    require(randomNodesIn(tree.get()) <= randomNodeBound, "no more random nodes than the bound");
 
     // Evaluation changes nothing, so a second one gives the same bits.
     const double first = (*tree)();

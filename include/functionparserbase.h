@@ -17,6 +17,8 @@
 #ifndef EXPRCURVE_FUNCTIONPARSERBASE_H
 #define EXPRCURVE_FUNCTIONPARSERBASE_H
 
+#include <cstddef>
+#include <cstdint>
 #include <map>
 #include <string>
 #include <utility>
@@ -75,9 +77,9 @@ public:
     };
 
     // Deeper operator chains or nestings are cut: the part below this many
-    // levels becomes a constant 0 and one PARSE_BAD_OPERAND fault, so that
-    // parsing, evaluation and deletion (which all recurse) stay within a
-    // small thread stack.
+    // levels becomes one constant 0 and one PARSE_BAD_OPERAND fault covering
+    // all of it, so that parsing, evaluation and deletion (which all recurse)
+    // stay within a small thread stack (see docs/reliability.md for figures).
     static constexpr int maxParseDepth = 1000;
 
     // Starts with the float keys "pi", "e" and "epsilon", shared by every
@@ -140,6 +142,11 @@ public:
 
     std::map<std::string, keyStruct> keyMap;
     ParserVarMapper* varMapper = nullptr;
+    // How many random nodes one parse may build. Each holds a table of 10,000
+    // samples (80 KB, and its construction time), so a host parsing untrusted
+    // text may bound them: past the bound each further "rnd" call is one
+    // PARSE_BAD_OPERAND fault covering the call, and builds nothing.
+    std::size_t maxRandomNodes = SIZE_MAX;
 };
 
 #endif  // EXPRCURVE_FUNCTIONPARSERBASE_H

@@ -9,8 +9,12 @@
 // The levels work on views of one text, so no level copies its substrings,
 // and the recursion is cut at FunctionParserBase::maxParseDepth: parsing,
 // evaluating and deleting a tree all recurse once per level, and a small
-// thread stack must survive every input text.
+// thread stack must survive every input text. A form at the last level is
+// built only when its operands are plain operands (leaves); otherwise the
+// whole form is cut, so that the part not parsed is one constant 0 and one
+// fault however the text is shaped (chain, nesting or call).
 #include <array>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <string>
@@ -195,6 +199,14 @@ private:
     std::size_t count = 0;
 };
 
+// What a level's text is: the form found and the texts of its operands.
+struct Form {
+    enum Kind { operand, binaryOperator, ifCall, twoArgumentCall, oneArgumentCall };
+    Kind kind = operand;
+    std::size_t row = 0;  // in the kind's table (binaryOperatorForms, ...)
+    std::array<std::string_view, 3> operands{};
+};
+
 class TreeBuilder {
 public:
     TreeBuilder(FunctionParserBase& parser, ParseMessage& message, std::string_view text)
@@ -208,13 +220,16 @@ public:
     FunctionFloatBase* build(std::string_view s, std::size_t loosestPossible = 0);
 
 private:
-    FunctionFloatBase* buildOperator(std::string_view t, std::size_t loosestPossible);
-    FunctionFloatBase* buildIf(std::string_view t, std::string_view callName);
-    FunctionFloatBase* buildTwoArgumentCall(std::string_view t, std::string_view callName);
-    FunctionFloatBase* buildOneArgumentCall(std::string_view t, std::string_view callName);
+    EXPRCURVE_NOINLINE Form formOf(std::string_view t, std::size_t loosestPossible) const;
+    bool operandsAreLeaves(const Form& form) const;
+    FunctionFloatBase* buildForm(const Form& form, std::string_view t);
+    FunctionFloatBase* buildOperator(const Form& form);
+    FunctionFloatBase* buildIf(const Form& form);
+    FunctionFloatBase* buildTwoArgumentCall(const Form& form);
+    FunctionFloatBase* buildOneArgumentCall(const Form& form, std::string_view t);
     FunctionFloatBase* buildRandom(std::string_view argument);
     EXPRCURVE_NOINLINE FunctionFloatBase* buildOperand(std::string_view t);
-    EXPRCURVE_NOINLINE FunctionFloatBase* cutOff(std::string_view s);
+    EXPRCURVE_NOINLINE FunctionFloatBase* cutOff(std::string_view t);
 
     FunctionFloatBase* mappedVariable(std::string_view name);
     FunctionFloatBase* keyVariable(std::string_view name);
@@ -230,113 +245,155 @@ private:
     KeyLookups keyLookups;
     numbers::NumberReader numberReader;
     int depth = 0;  // levels entered and not yet finished
+    std::size_t randomNodes = 0;  // built so far, against parser.maxRandomNodes
 };
 
 FunctionFloatBase* TreeBuilder::build(std::string_view s, std::size_t loosestPossible)
 {
-    if (depth >= FunctionParserBase::maxParseDepth)
-        return cutOff(s);
     ++depth;
     const std::size_t pairs = enclosureOf(s).countEnclosingPairs(s);
     message.position += static_cast<int>(pairs);
     const std::string_view t = s.substr(pairs, s.size() - 2 * pairs);
-    // Each form has a frame of its own, so a level's frame holds only the
-    // pieces of the form that matched. Inside a removed pair any operator can
-    // stand outside brackets again.
-    FunctionFloatBase* node = buildOperator(t, pairs == 0 ? loosestPossible : 0);
-    // A call form's name stands right before a bracket, so only the form of
-    // the call name can match, and none in a text without brackets.
-    const std::string_view callName = node ? std::string_view() : callNameOf(t);
-    if (!node && callName.size() < t.size()) {
-        node = buildIf(t, callName);
-        if (!node)
-            node = buildTwoArgumentCall(t, callName);
-        if (!node)
-            node = buildOneArgumentCall(t, callName);
-    }
-    if (!node)
+    // Inside a removed pair any operator can stand outside brackets again.
+    const Form form = formOf(t, pairs == 0 ? loosestPossible : 0);
+    FunctionFloatBase* node = nullptr;
+    if (form.kind == Form::operand)
         node = buildOperand(t);
+    else if (depth >= FunctionParserBase::maxParseDepth && !operandsAreLeaves(form))
+        node = cutOff(t);
+    else
+        node = buildForm(form, t);
     message.position += static_cast<int>(pairs);
     --depth;
     return node;
 }
 
-FunctionFloatBase* TreeBuilder::buildOperator(std::string_view t, std::size_t loosestPossible)
+// The first form that matches, in the order the language tries them.
+Form TreeBuilder::formOf(std::string_view t, std::size_t loosestPossible) const
 {
-    std::size_t rank = 0;
-    std::string_view left;
-    std::string_view right;
-    if (!finders::splitAtLoosestOperator(binaryOperatorRanks(), t, rank, left, right, loosestPossible))
-        return nullptr;
-    std::unique_ptr<FunctionFloatBinary> node(binaryOperatorForms[rank].create());
-    node->arg1 = build(left, rank + 1);
+    Form form;
+    std::array<std::string_view, 3>& operands = form.operands;
+    if (finders::splitAtLoosestOperator(binaryOperatorRanks(), t, form.row, operands[0], operands[1],
+                                        loosestPossible)) {
+        form.kind = Form::binaryOperator;
+        return form;
+    }
+    // A call form's name stands right before a bracket, so only the form of
+    // the call name can match, and none in a text without brackets.
+    const std::string_view callName = callNameOf(t);
+    if (callName.size() == t.size())
+        return form;
+    if (callName == ifName &&
+        finders::splitThreeArgumentCall(enclosureOf(t), ifName, t, operands[0], operands[1], operands[2])) {
+        form.kind = Form::ifCall;
+        return form;
+    }
+    for (std::size_t row = 0; row < std::size(twoArgumentForms); ++row) {
+        const std::string_view name = twoArgumentForms[row].name;
+        if (callName == name && finders::splitTwoArgumentCall(enclosureOf(t), name, t, operands[0], operands[1])) {
+            form.kind = Form::twoArgumentCall;
+            form.row = row;
+            return form;
+        }
+    }
+    for (std::size_t row = 0; row < std::size(oneArgumentForms); ++row) {
+        const std::string_view name = oneArgumentForms[row].name;
+        if (callName == name && finders::splitOneArgumentCall(name, t, operands[0])) {
+            form.kind = Form::oneArgumentCall;
+            form.row = row;
+            return form;
+        }
+    }
+    return form;
+}
+
+// Whether every operand of the form is read as one operand, so that building
+// the form adds one level of leaves and no more. Operands a form does not use
+// are empty texts, which are operands too.
+bool TreeBuilder::operandsAreLeaves(const Form& form) const
+{
+    for (std::size_t i = 0; i < form.operands.size(); ++i) {
+        const std::string_view s = form.operands[i];
+        const std::size_t pairs = enclosureOf(s).countEnclosingPairs(s);
+        // An operator's left operand holds no operator as loose as its own.
+        const std::size_t loosest = form.kind != Form::binaryOperator || pairs != 0 ? 0 : form.row + (i == 0 ? 1 : 0);
+        if (formOf(s.substr(pairs, s.size() - 2 * pairs), loosest).kind != Form::operand)
+            return false;
+    }
+    return true;
+}
+
+FunctionFloatBase* TreeBuilder::buildForm(const Form& form, std::string_view t)
+{
+    switch (form.kind) {
+    case Form::binaryOperator:
+        return buildOperator(form);
+    case Form::ifCall:
+        return buildIf(form);
+    case Form::twoArgumentCall:
+        return buildTwoArgumentCall(form);
+    case Form::oneArgumentCall:
+        return buildOneArgumentCall(form, t);
+    default:
+        return buildOperand(t);
+    }
+}
+
+FunctionFloatBase* TreeBuilder::buildOperator(const Form& form)
+{
+    std::unique_ptr<FunctionFloatBinary> node(binaryOperatorForms[form.row].create());
+    node->arg1 = build(form.operands[0], form.row + 1);
     message.position += 1;  // the operator
-    node->arg2 = build(right, rank);
+    node->arg2 = build(form.operands[1], form.row);
     return node.release();
 }
 
-FunctionFloatBase* TreeBuilder::buildIf(std::string_view t, std::string_view callName)
+FunctionFloatBase* TreeBuilder::buildIf(const Form& form)
 {
-    if (callName != ifName)
-        return nullptr;
-    std::string_view first;
-    std::string_view second;
-    std::string_view third;
-    if (!finders::splitThreeArgumentCall(enclosureOf(t), ifName, t, first, second, third))
-        return nullptr;
     message.position += length(ifName) + 1;  // name and "("
     std::unique_ptr<FunctionFloatTernary> node(new FunctionFloatIf);
-    node->arg1 = build(first);
+    node->arg1 = build(form.operands[0]);
     message.position += 1;  // ","
-    node->arg2 = build(second);
+    node->arg2 = build(form.operands[1]);
     message.position += 1;  // ","
-    node->arg3 = build(third);
+    node->arg3 = build(form.operands[2]);
     message.position += 1;  // ")"
     return node.release();
 }
 
-FunctionFloatBase* TreeBuilder::buildTwoArgumentCall(std::string_view t, std::string_view callName)
+FunctionFloatBase* TreeBuilder::buildTwoArgumentCall(const Form& form)
 {
-    for (const TwoArgumentForm& form : twoArgumentForms) {
-        if (callName != form.name)
-            continue;
-        std::string_view first;
-        std::string_view second;
-        if (!finders::splitTwoArgumentCall(enclosureOf(t), form.name, t, first, second))
-            continue;
-        message.position += length(form.name) + 1;  // name and "("
-        std::unique_ptr<FunctionFloatBinary> node(form.create());
-        node->arg1 = build(first);
-        message.position += 1;  // ","
-        node->arg2 = build(second);
-        message.position += 1;  // ")"
-        return node.release();
-    }
-    return nullptr;
+    const TwoArgumentForm& call = twoArgumentForms[form.row];
+    message.position += length(call.name) + 1;  // name and "("
+    std::unique_ptr<FunctionFloatBinary> node(call.create());
+    node->arg1 = build(form.operands[0]);
+    message.position += 1;  // ","
+    node->arg2 = build(form.operands[1]);
+    message.position += 1;  // ")"
+    return node.release();
 }
 
-FunctionFloatBase* TreeBuilder::buildOneArgumentCall(std::string_view t, std::string_view callName)
+FunctionFloatBase* TreeBuilder::buildOneArgumentCall(const Form& form, std::string_view t)
 {
-    for (const OneArgumentForm& form : oneArgumentForms) {
-        if (callName != form.name)
-            continue;
-        std::string_view argument;
-        if (!finders::splitOneArgumentCall(form.name, t, argument))
-            continue;
-        // The argument keeps its brackets; they are counted when it is parsed.
-        message.position += length(form.name);
-        if (!form.create)
-            return buildRandom(argument);
-        std::unique_ptr<FunctionFloatUnary> node(form.create());
-        node->arg = build(argument);
-        return node.release();
-    }
-    return nullptr;
+    const OneArgumentForm& call = oneArgumentForms[form.row];
+    const bool isRandom = !call.create;
+    // A random node past the parser's bound is refused like a cut: its table
+    // is what makes it costly, so none is built.
+    if (isRandom && randomNodes >= parser.maxRandomNodes)
+        return cutOff(t);
+    // The argument keeps its brackets; they are counted when it is parsed.
+    message.position += length(call.name);
+    if (isRandom)
+        return buildRandom(form.operands[0]);
+    std::unique_ptr<FunctionFloatUnary> node(call.create());
+    node->arg = build(form.operands[0]);
+    return node.release();
 }
 
 FunctionFloatBase* TreeBuilder::buildRandom(std::string_view argument)
 {
     std::unique_ptr<FunctionFloatBinary> node(new FunctionFloatRnd);
+    ++randomNodes;
     node->arg1 = build(argument);
     node->arg2 = build(timeKeyText);
     return node.release();
@@ -387,11 +444,12 @@ FunctionFloatBase* TreeBuilder::numberOrFault(std::string_view name)
     return new FunctionFloatConstant(value);
 }
 
-FunctionFloatBase* TreeBuilder::cutOff(std::string_view s)
+// The whole text of a form that is not built: one constant 0, one fault.
+FunctionFloatBase* TreeBuilder::cutOff(std::string_view t)
 {
     message.atStart = false;
-    recordFault(message.position, length(s), PARSE_BAD_OPERAND);
-    message.position += length(s);
+    recordFault(message.position, length(t), PARSE_BAD_OPERAND);
+    message.position += length(t);
     return new FunctionFloatConstant(0.0);
 }
 

@@ -1,9 +1,18 @@
 // Which registered keys a tree reads, in the order a depth-first,
 // left-to-right walk first reaches them.
 //
-// Each kind of node has a function of its own so that the recursion, which
-// goes one level per node, carries only the lists of the node it is in.
-#include <algorithm>
+// Merging the children's lists level by level, as the definition reads, costs
+// a search of the list gathered so far per key and a scan of the key table
+// per leaf: quadratic for a tree over many keys. The walk below visits the
+// leaves in the same order with a stack of its own (so no tree is too deep
+// for it), skips a binding it has met before with one hash lookup, and finds
+// each new binding's key through an index of the table. A key's first
+// binding met is its first appearance, since a key has exactly one binding,
+// so the list comes out in the same order.
+#include <cstddef>
+#include <functional>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "functionfloatbase.h"
@@ -11,63 +20,135 @@
 
 namespace {
 
-using KeyList = std::vector<FunctionParserBase::keyStruct*>;
+using Key = FunctionParserBase::keyStruct;
+using KeyList = std::vector<Key*>;
 
-// Appends the entries of `more` that `list` does not hold yet; the lists are
-// short, so a linear search of what has been gathered is enough.
-void appendNew(KeyList& list, const KeyList& more)
-{
-    for (FunctionParserBase::keyStruct* key : more) {
-        if (std::find(list.begin(), list.end(), key) == list.end())
-            list.push_back(key);
+// What a variable leaf reads: the key kind of its class and its address.
+struct Binding {
+    int type;
+    const void* address;
+
+    bool operator==(const Binding& other) const { return type == other.type && address == other.address; }
+};
+
+struct BindingHash {
+    std::size_t operator()(const Binding& binding) const
+    {
+        return std::hash<const void*>()(binding.address) ^ static_cast<std::size_t>(binding.type);
     }
-}
+};
 
-KeyList varsOfBinary(FunctionParserBase& parser, const FunctionFloatBinary& node)
-{
-    KeyList keys = parser.getAllVars(node.arg1);
-    const KeyList secondKeys = parser.getAllVars(node.arg2);
-    appendNew(keys, secondKeys);
-    return keys;
-}
-
-KeyList varsOfTernary(FunctionParserBase& parser, const FunctionFloatTernary& node)
-{
-    KeyList keys = parser.getAllVars(node.arg1);
-    const KeyList secondKeys = parser.getAllVars(node.arg2);
-    const KeyList thirdKeys = parser.getAllVars(node.arg3);
-    appendNew(keys, secondKeys);
-    appendNew(keys, thirdKeys);
-    return keys;
-}
-
-// A leaf's entry is the first key of its own kind bound to its address (the
-// lookup of findIndex); an unregistered binding is a null entry. Any other
-// node reads no key.
-KeyList varsOfLeaf(FunctionParserBase& parser, const FunctionFloatBase& node)
+// The kinds are asked in the same order as for every other use of a leaf, the
+// first true answer winning, in case a host's node class answers several.
+bool bindingOf(const FunctionFloatBase& node, Binding& binding)
 {
     if (node.isVariableBool())
-        return KeyList(1, parser.findIndex(node.getVariableBoolRef()->control));
-    if (node.isVariableInt())
-        return KeyList(1, parser.findIndex(node.getVariableIntRef()->control));
-    if (node.isVariableFloat())
-        return KeyList(1, parser.findIndex(node.getVariableFloatRef()->control));
-    if (node.isVariableDouble())
-        return KeyList(1, parser.findIndex(node.getVariableDoubleRef()->control));
-    return KeyList();
+        binding = {KEY_BOOL, node.getVariableBoolRef()->control};
+    else if (node.isVariableInt())
+        binding = {KEY_INT, node.getVariableIntRef()->control};
+    else if (node.isVariableFloat())
+        binding = {KEY_FLOAT, node.getVariableFloatRef()->control};
+    else if (node.isVariableDouble())
+        binding = {KEY_DOUBLE, node.getVariableDoubleRef()->control};
+    else
+        return false;
+    return true;
 }
+
+// The bindings of the tree's leaves, each once, in first-appearance order.
+std::vector<Binding> distinctBindings(const FunctionFloatBase* root)
+{
+    std::vector<Binding> bindings;
+    std::unordered_set<Binding, BindingHash> seen;
+    std::vector<const FunctionFloatBase*> pending{root};
+    while (!pending.empty()) {
+        const FunctionFloatBase* node = pending.back();
+        pending.pop_back();
+        if (!node)
+            continue;
+        // Children go on the stack last first, so the first is taken next.
+        Binding binding{};
+        if (node->isUnary()) {
+            pending.push_back(node->getUnaryRef()->arg);
+        } else if (node->isBinary()) {
+            const FunctionFloatBinary& binary = *node->getBinaryRef();
+            pending.insert(pending.end(), {binary.arg2, binary.arg1});
+        } else if (node->isTernary()) {
+            const FunctionFloatTernary& ternary = *node->getTernaryRef();
+            pending.insert(pending.end(), {ternary.arg3, ternary.arg2, ternary.arg1});
+        } else if (bindingOf(*node, binding) && seen.insert(binding).second) {
+            bindings.push_back(binding);
+        }
+    }
+    return bindings;
+}
+
+// The key of a binding: the first entry, in the table's order, of the
+// binding's kind at its address, as findIndex answers. A few bindings are
+// looked up by scanning the table; past that, one pass builds an index.
+class KeyFinder {
+public:
+    explicit KeyFinder(FunctionParserBase& parser) : parser(parser) {}
+
+    Key* find(const Binding& binding)
+    {
+        if (scans < scansBeforeIndex) {
+            ++scans;
+            return scan(binding);
+        }
+        if (!indexed)
+            buildIndex();
+        const auto found = index.find(binding);
+        return found == index.end() ? nullptr : found->second;
+    }
+
+private:
+    static constexpr int scansBeforeIndex = 8;
+
+    Key* scan(const Binding& binding)
+    {
+        switch (binding.type) {
+        case KEY_BOOL:
+            return parser.findIndex(static_cast<const bool*>(binding.address));
+        case KEY_INT:
+            return parser.findIndex(static_cast<const int*>(binding.address));
+        case KEY_FLOAT:
+            return parser.findIndex(static_cast<const float*>(binding.address));
+        default:
+            return parser.findIndex(static_cast<const double*>(binding.address));
+        }
+    }
+
+    // Walking the table in its order and keeping the first entry of each
+    // binding gives the entry the scan would stop at.
+    void buildIndex()
+    {
+        index.reserve(parser.keyMap.size());
+        for (auto& entry : parser.keyMap)
+            index.emplace(Binding{entry.second.type, entry.second.ptr}, &entry.second);
+        indexed = true;
+    }
+
+    FunctionParserBase& parser;
+    int scans = 0;
+    bool indexed = false;
+    std::unordered_map<Binding, Key*, BindingHash> index;
+};
 
 }  // namespace
 
 std::vector<FunctionParserBase::keyStruct*> FunctionParserBase::getAllVars(const FunctionFloatBase* node)
 {
-    if (!node)
-        return KeyList();
-    if (node->isUnary())
-        return getAllVars(node->getUnaryRef()->arg);
-    if (node->isBinary())
-        return varsOfBinary(*this, *node->getBinaryRef());
-    if (node->isTernary())
-        return varsOfTernary(*this, *node->getTernaryRef());
-    return varsOfLeaf(*this, *node);
+    KeyList keys;
+    KeyFinder keyFinder(*this);
+    // Distinct bindings have distinct keys; only the null entry, which stands
+    // for every unregistered binding, could come twice.
+    bool listsNull = false;
+    for (const Binding& binding : distinctBindings(node)) {
+        Key* key = keyFinder.find(binding);
+        if (key || !listsNull)
+            keys.push_back(key);
+        listsNull = listsNull || !key;
+    }
+    return keys;
 }

@@ -58,20 +58,56 @@ std::string repeated(const std::string& piece, int times)
 constexpr int deep = 100000, limit = FunctionParserBase::maxParseDepth, fiveLimits = 5 * limit;
 
 // Enclosing brackets cost no depth. Level k of a chain parses the text from
-// 2 (k - 1); the level at the limit splits its "1+1+..." and both halves are
-// cut, reading 0.
+// 2 (k - 1); the level at the limit would need more than leaves below it, so
+// all of its text is cut as one piece.
 TEST(ParserDepth, DeepBracketsParseAndLongChainsAreCutAtTheLimit)
 {
     const auto summary = [](const Outcome& outcome) {
         return std::tie(outcome.message.errors, outcome.message.position, outcome.value, outcome.variables);
     };
-    const int lastParsed = 2 * (limit - 1), size = 2 * deep - 1;
+    const int size = 2 * deep - 1, lastLevel = 2 * (limit - 1);
     EXPECT_EQ(summary(parseDeep(repeated("(", deep) + "1+x" + repeated(")", deep))),
               std::make_tuple(Faults{}, 2 * deep + 3, 1.5, std::size_t{1}));
     EXPECT_EQ(summary(parseDeep("x" + repeated("+1", deep - 1))),
-              std::make_tuple(Faults{{lastParsed, 1}, {lastParsed + 2, size - lastParsed - 2}}, size,
-                              0.5 + (limit - 2.0), std::size_t{1}));
+              std::make_tuple(Faults{{lastLevel, size - lastLevel}}, size, 0.5 + (limit - 2.0), std::size_t{1}));
     EXPECT_TRUE(parseDeep(repeated("-(", limit - 1) + "x" + repeated(")", limit - 1)).message.errors.empty());
+}
+
+// A chain of limit + 1 operands is the longest that parses whole; one more
+// operand cuts the last three as one piece.
+TEST(ParserDepth, TheLongestChainThatParsesWhole)
+{
+    const Outcome whole = parseDeep("x" + repeated("+x", limit));
+    EXPECT_TRUE(whole.message.errors.empty());
+    EXPECT_EQ(whole.value, 0.5 * (limit + 1));
+    const Outcome cut = parseDeep("x" + repeated("+x", limit + 1));
+    EXPECT_EQ(cut.message.errors, (Faults{{2 * (limit - 1), 5}}));
+    EXPECT_EQ(cut.value, 0.5 * (limit - 1));
+}
+
+// Whatever the shape, the level at the limit is one constant 0 and one fault
+// over all of its text. Level k of these texts starts at `step` (k - 1) and
+// ends before the closing parts of the levels above it.
+TEST(ParserDepth, EveryShapeIsCutAsOnePiece)
+{
+    const struct {
+        const char* name;
+        std::string open, close;
+        int step;
+        double value;
+    } shapes[] = {
+        {"chain", "x+", "", 2, 0.5 * (limit - 1)},         {"signs", "-", "", 1, 0.0},
+        {"one-argument calls", "sin(", ")", 4, 0.0}, {"two-argument calls", "max(1,", ")", 6, 1.0},
+        {"if", "if(1,", ",2)", 5, 0.0},
+    };
+    for (const auto& shape : shapes) {
+        const Outcome outcome = parseDeep(repeated(shape.open, fiveLimits) + "x" + repeated(shape.close, fiveLimits));
+        const int start = shape.step * (limit - 1);
+        const int end = static_cast<int>(outcome.message.text.size() - shape.close.size() * (limit - 1));
+        EXPECT_EQ(outcome.message.errors, (Faults{{start, end - start}})) << shape.name;
+        EXPECT_EQ(outcome.message.errorCode, PARSE_BAD_OPERAND) << shape.name;
+        EXPECT_EQ(outcome.value, shape.value) << shape.name;
+    }
 }
 
 // Each level of these scans the rest of the text, so five times the depth
@@ -83,9 +119,11 @@ TEST(ParserDepth, DeepCallsSignsAndMixedNestingStayWithinTheStack)
           repeated("max(1,", fiveLimits) + "x" + repeated(")", fiveLimits), repeated("x^", fiveLimits) + "x",
           repeated("if(1,", fiveLimits) + "x" + repeated(",2)", fiveLimits), repeated("(", fiveLimits) + "x",
           repeated("(1+", fiveLimits) + "x" + repeated(")*2", fiveLimits),
-          repeated("{(", fiveLimits) + "x" + repeated(")}", fiveLimits)}) {
+          repeated("{(", fiveLimits) + "x" + repeated(")}", fiveLimits),
+          repeated("max(x+1,", fiveLimits) + "x" + repeated(")", fiveLimits)}) {
         const ParseMessage message = parseDeep(text).message;
         EXPECT_EQ(message.position, static_cast<int>(message.text.size())) << text.substr(0, 20);
+        EXPECT_LE(message.errors.size(), 1u) << text.substr(0, 20);
         for (const auto& [position, length] : message.errors)
             EXPECT_TRUE(position >= 0 && position + length <= message.position) << text.substr(0, 20);
     }

@@ -95,6 +95,34 @@ TEST_F(TreeBuilder, RandomNodeRootTextAndRunningPosition)
     EXPECT_EQ(std::tie(message.errors, message.position), std::make_tuple(Faults{{12, 3}}, 15));
 }
 
+// Past the bound each "rnd" call is one fault over the call and builds no
+// node; the count starts afresh with every parse. Each random node built reads
+// the implicit "t", which moves the later positions on by one.
+TEST_F(TreeBuilder, RandomNodesPastTheBoundAreFaults)
+{
+    parser.insertKey("t", &values[5]);
+    EXPECT_EQ(parser.maxRandomNodes, SIZE_MAX);
+    const struct {
+        std::size_t bound;
+        const char* text;
+        const char* shape;
+        Faults faults;
+    } cases[] = {
+        {SIZE_MAX, "rnd(x)+rnd(x)*rnd(x)", "Add(Rnd(x,t),Mul(Rnd(x,t),Rnd(x,t)))", {}},
+        {2, "rnd(x)+rnd(x)*rnd(x)", "Add(Rnd(x,t),Mul(Rnd(x,t),0))", {{16, 6}}},
+        {2, "rnd(x)+rnd(x)*rnd(x)", "Add(Rnd(x,t),Mul(Rnd(x,t),0))", {{16, 6}}},
+        {1, "rnd(rnd(x))", "Rnd(0,t)", {{4, 6}}},
+        {0, "rnd(rnd(x))+x", "Add(0,x)", {{0, 11}}},
+        {0, "sin(x)", "Sin(x)", {}},
+    };
+    for (const auto& c : cases) {
+        parser.maxRandomNodes = c.bound;
+        EXPECT_EQ(shapeOf(c.text), c.shape) << c.bound << " " << c.text;
+        EXPECT_EQ(message.errors, c.faults) << c.bound << " " << c.text;
+        EXPECT_EQ(message.errorCode, c.faults.empty() ? PARSE_OK : PARSE_BAD_OPERAND);
+    }
+}
+
 // Maps "speed" to a double of its own and records every name it is asked.
 struct RecordingMapper : ParserVarMapper {
     FunctionFloatBase* mapVariable(const std::string& name) override
