@@ -20,37 +20,61 @@
 //     evaluation (the host changes its variables as before), but the addresses
 //     and the constants' values are taken when compiling: a tree whose
 //     structure, `value` or `control` fields change must be compiled again.
-//   - Nodes the compiler does not know (a host's own node classes, the random
-//     node, and any node with a missing child) are evaluated through their
-//     virtual operator(), which calls back into the tree. A host class derived
-//     from one of the library's operator classes is taken to compute what that
-//     class computes.
+//   - Nodes the compiler does not know (a host's own node classes and any
+//     node with a missing child) are evaluated through their virtual
+//     operator(), which calls back into the tree; subtrees holding them keep
+//     the tree's order of evaluation. A host class derived from one of the
+//     library's operator classes is taken to compute what that class
+//     computes. The random node is computed from its own table.
 //
 // Evaluation allocates nothing and writes nothing outside its own frame, so
 // one compiled form may be evaluated from several threads at once while
-// nobody writes the bound variables. It uses a fixed-size stack in its frame;
-// a subtree that would need a deeper stack is evaluated through the tree.
+// nobody writes the bound variables.
 //
 // Native code: on x86-64 Linux the program is translated into machine code
-// (SSE2 operations in the tree's order, the same math-library calls through
-// the same C++ wrappers the interpreter uses), placed in memory pages of its
-// own (at least one page, 4 KiB, per compiled form; copies share it) that
-// are made executable and never written again. Programs that call back into
-// the tree (a host's nodes, the random node, a subtree too deep for the
-// stack) stay interpreted, so that an exception thrown there unwinds as it
-// would from the tree. Where executable memory cannot be had
-// (another platform, a policy that forbids it) or with Backend::Interpreter,
-// the program is interpreted; the results are the same either way.
+// (SSE2 operations in the tree's order, the same math-library calls the
+// interpreter makes) for every tree of the library's own nodes, however deep
+// or long: the operand needing more stack is computed first (the library's
+// nodes have no side effects, so this changes no bit) and the stack spills
+// to the machine stack. The code of many forms shares pages of one process-
+// wide pool; no page is ever writable and executable at once, and the
+// constants of the text are kept in read-only data beside the code, never in
+// executable memory. Copies share their code; the last one frees it.
+// Programs that call back into the tree (a host's nodes, a node with a
+// missing child) stay interpreted, so that an exception thrown there unwinds
+// as it would from the tree, and so do programs holding a random node. Where executable memory cannot be
+// had (another platform, a policy that forbids it: one refusal turns native
+// code off for the process), after setNativeCodeAllowed(false), or with
+// Backend::Interpreter, the program is interpreted; the results are the
+// same either way, and usesNativeCode() tells which one runs.
+//
+// Batches: evaluate() computes many rows in one call, the values of listed
+// variables taken from columns. Native code runs a loop over the rows with
+// two rows in the lanes of packed SSE2 registers (each lane rounds exactly
+// as the scalar instruction does) and computes both branches of an "if",
+// selecting per row; every result is bit for bit what operator() gives for
+// that row.
 #ifndef EXPRCURVE_COMPILEDEXPRESSION_H
 #define EXPRCURVE_COMPILEDEXPRESSION_H
 
 #include <cstddef>
 #include <memory>
-#include <vector>
 
 class FunctionFloatBase;
 
 namespace exprcurve {
+
+// One variable's values for a batch: `variable` is the address bound in the
+// tree's leaves (a double, float, int or bool of the host), `values` points
+// to that many values of the same type, one per row.
+struct Column {
+    const void* variable;  // the address of a host variable, as bound in the tree's leaves
+    const void* values;    // `rows` values of that variable's own type
+};
+
+namespace compiled {
+struct State;
+}
 
 class CompiledExpression {
 public:
@@ -68,27 +92,30 @@ public:
     CompiledExpression(CompiledExpression&& other) noexcept;
     CompiledExpression& operator=(CompiledExpression&& other) noexcept;
 
-    double operator()() const { return native ? native->entry() : interpret(); }
+    double operator()() const { return nativeEntry ? nativeEntry() : interpret(); }
 
     // True when evaluation runs native code.
-    bool usesNativeCode() const { return native != nullptr; }
+    bool usesNativeCode() const { return nativeEntry != nullptr; }
 
-    struct Instruction;
+    // results[i] = what operator() gives while every listed variable holds
+    // its i-th value; unlisted variables are read from the host. Nothing is
+    // written to the host's variables, so several threads may evaluate one
+    // form at once; except that a form holding a node it does not know (a
+    // host's own node class, which can only see the host's variables) writes
+    // each listed variable before each row and restores the original values
+    // after the last row (also when a node throws), and is then
+    // single-threaded like the expression-driven curve evaluation.
+    void evaluate(std::size_t rows, const Column* columns, std::size_t columnCount, double* results) const;
 
-    // Executable memory holding the program's machine code; `entry` computes
-    // the expression.
-    struct NativeCode {
-        double (*entry)();
-        void* memory;
-        std::size_t size;
-        ~NativeCode();
-    };
+    // Process-wide, true at start; forms made afterwards follow it (forms
+    // already made keep their code). Thread-safe.
+    static void setNativeCodeAllowed(bool allowed);
 
 private:
     double interpret() const;
 
-    std::vector<Instruction> program;
-    std::shared_ptr<const NativeCode> native;
+    std::shared_ptr<const compiled::State> state;
+    double (*nativeEntry)() = nullptr;
 };
 
 }  // namespace exprcurve

@@ -1,319 +1,333 @@
-// The compiled form of an expression tree: a flat program for an accumulator
-// machine. Every instruction leaves its result in the accumulator; a binary
-// node whose operands are both inner nodes pushes its left value onto a small
-// stack in the evaluation frame and pops it back when the right one is done.
-// Where the platform allows, the program is then turned into native code;
-// otherwise it is interpreted here.
+// The compiled form of an expression tree: the program (program_compiler.cpp),
+// its interpreter, native code where the platform allows (native_code.h), and
+// evaluation over batches of rows.
 #include "compiledexpression.h"
 
+#include <algorithm>
+#include <atomic>
 #include <cassert>
-#include <optional>
-#include <unordered_set>
+#include <cstring>
+#include <mutex>
 #include <utility>
+#include <vector>
 
 #include "compiled_program.h"
-#include "native_code.h"
 #include "functionfloatbase.h"
+#include "functionfloatoperations.h"
+#include "native_code.h"
+#include "program_compiler.h"
+#include "random_noise.h"
 
 namespace exprcurve {
 namespace compiled {
+
+// Everything a compiled form owns; copies of a CompiledExpression share it.
+struct State {
+    Program program;
+    std::vector<Input> inputs;
+    bool callsTree = false;      // holds a node evaluated through the tree
+    bool nativeAllowed = false;  // native code was allowed when the form was made
+    ExecutableBlock scalar;
+    mutable std::once_flag batchMade;
+    mutable ExecutableBlock batch;  // made on the first batch
+
+    BatchEntry batchEntry() const
+    {
+        std::call_once(batchMade, [this] {
+            if (nativeAllowed)
+                batch = generateBatchCode(program, inputs);
+        });
+        return reinterpret_cast<BatchEntry>(const_cast<void*>(batch.entry()));
+    }
+};
+
 namespace {
 
-#define EXPRCURVE_UNARY_TABLE_ENTRY(NAME, OPERATION) \
-    {&FunctionFloatUnary::is##NAME, Opcode::NAME, Opcode::NAME##OfVariable},
+std::atomic<bool> nativeCodeAllowed{true};
 
-struct UnaryEntry {
-    bool (FunctionFloatUnary::*query)() const;
-    Opcode opcode;
-    Opcode ofVariable;
-};
+// ---------------------------------------------------------------- interpreter
 
-constexpr UnaryEntry unaryTable[] = {EXPRCURVE_UNARY_OPERATIONS(EXPRCURVE_UNARY_TABLE_ENTRY)};
-
-#define EXPRCURVE_FORM_TABLE_ENTRY(NAME, FORM) Opcode::NAME##FORM,
-#define EXPRCURVE_BINARY_TABLE_ENTRY(NAME, OPERATION) \
-    {&FunctionFloatBinary::is##NAME, {EXPRCURVE_BINARY_FORMS(EXPRCURVE_FORM_TABLE_ENTRY, NAME)}},
-
-struct BinaryEntry {
-    bool (FunctionFloatBinary::*query)() const;
-    Opcode byForm[static_cast<int>(Form::count)];
-};
-
-constexpr BinaryEntry binaryTable[] = {EXPRCURVE_BINARY_OPERATIONS(EXPRCURVE_BINARY_TABLE_ENTRY)};
-
-// ---------------------------------------------------------------- classification
-
-enum class Kind { Constant, VariableDouble, VariableFloat, VariableInt, VariableBool,
-                  Unary, Binary, If, Opaque };
-
-// What the compiler knows of one node: its kind, its leaf operand, its
-// children and the table entry of its operator.
-struct Shape {
-    Kind kind = Kind::Opaque;
-    Operand leaf{};
-    const FunctionFloatBase* children[3] = {nullptr, nullptr, nullptr};
-    const UnaryEntry* unary = nullptr;
-    const BinaryEntry* binary = nullptr;
-};
-
-Shape leafShape(Kind kind, Operand leaf)
+double operand(Form form, const Operand& operand, double accumulator)
 {
-    Shape shape;
-    shape.kind = kind;
-    shape.leaf = leaf;
-    return shape;
+    switch (form) {
+    case Form::Constant:
+        return operand.constant;
+    case Form::Variable:
+        return *operand.variable;
+    case Form::FloatVariable:
+        return static_cast<double>(*operand.floatVariable);
+    case Form::IntVariable:
+        return static_cast<double>(*operand.intVariable);
+    case Form::BoolVariable:
+        return *operand.boolByte != 0 ? 1.0 : 0.0;
+    default:
+        return accumulator;
+    }
 }
 
-Shape unaryShape(const FunctionFloatUnary& node)
+double apply(Operation operation, double a, double b)
 {
-    Shape shape;
-    if (!node.arg)
-        return shape;
-    for (const UnaryEntry& entry : unaryTable) {
-        if ((node.*entry.query)()) {
-            shape.kind = Kind::Unary;
-            shape.unary = &entry;
-            shape.children[0] = node.arg;
+    using namespace exprcurve::operations;
+    switch (operation) {
+    case Operation::Add:
+        return a + b;
+    case Operation::Sub:
+        return a - b;
+    case Operation::Mul:
+        return a * b;
+    case Operation::Div:
+        return a / b;
+    case Operation::Max:
+        return maximum(a, b);
+    case Operation::Min:
+        return minimum(a, b);
+    case Operation::Grt:
+        return greater(a, b);
+    case Operation::Lss:
+        return less(a, b);
+    default:
+        return info(operation).binary(a, b);
+    }
+}
+
+double interpretProgram(const Program& program)
+{
+    double stack[stackCapacity];
+    double* top = stack;
+    double accumulator = 0.0;
+    const Instruction* const start = program.data();
+    const Instruction* const end = start + program.size();
+    for (const Instruction* step = start; step != end; ++step) {
+        switch (step->step) {
+        case Step::Push:
+            *top++ = accumulator;
+            break;
+        case Step::Jump:
+            step = start + step->first.target - 1;
+            break;
+        case Step::JumpIfZero:
+            if (accumulator == 0.0)
+                step = start + step->first.target - 1;
+            break;
+        case Step::Load:
+            accumulator = operand(step->form, step->first, accumulator);
+            break;
+        case Step::Unary:
+            accumulator = info(step->operation).unary(operand(step->form, step->first, accumulator));
+            break;
+        case Step::Binary: {
+            if (step->pushFirst)
+                *top++ = accumulator;
+            double left, right;
+            switch (step->form) {
+            case Form::StackAcc:
+                left = *--top;
+                right = accumulator;
+                break;
+            case Form::AccStack:
+                left = accumulator;
+                right = *--top;
+                break;
+            case Form::AccConstant:
+                left = accumulator;
+                right = step->second.constant;
+                break;
+            case Form::AccVariable:
+                left = accumulator;
+                right = *step->second.variable;
+                break;
+            case Form::ConstantAcc:
+                left = step->first.constant;
+                right = accumulator;
+                break;
+            case Form::VariableAcc:
+                left = *step->first.variable;
+                right = accumulator;
+                break;
+            case Form::VariableVariable:
+                left = *step->first.variable;
+                right = *step->second.variable;
+                break;
+            case Form::VariableConstant:
+                left = *step->first.variable;
+                right = step->second.constant;
+                break;
+            default:  // ConstantVariable
+                left = step->first.constant;
+                right = *step->second.variable;
+                break;
+            }
+            accumulator = apply(step->operation, left, right);
+            break;
+        }
+        case Step::Random:
+            accumulator = randomNoise(static_cast<const FunctionFloatRnd*>(step->first.node)->randomTable, accumulator);
+            break;
+        case Step::CallNode:
+            accumulator = (*step->first.node)();
             break;
         }
     }
-    return shape;
+    return accumulator;
 }
 
-Shape binaryShape(const FunctionFloatBinary& node)
-{
-    Shape shape;
-    if (!node.arg1 || !node.arg2)
-        return shape;
-    for (const BinaryEntry& entry : binaryTable) {
-        if ((node.*entry.query)()) {
-            shape.kind = Kind::Binary;
-            shape.binary = &entry;
-            shape.children[0] = node.arg1;
-            shape.children[1] = node.arg2;
-            break;
-        }
-    }
-    return shape;
-}
+// ---------------------------------------------------------------- batches
 
-Shape ternaryShape(const FunctionFloatTernary& node)
-{
-    Shape shape;
-    if (node.isIf() && node.arg1 && node.arg2 && node.arg3) {
-        shape.kind = Kind::If;
-        shape.children[0] = node.arg1;
-        shape.children[1] = node.arg2;
-        shape.children[2] = node.arg3;
-    }
-    return shape;
-}
-
-// A node with a missing child or a null address stays opaque: its own
-// operator() then behaves (and asserts) exactly as the tree does.
-Shape shapeOf(const FunctionFloatBase& node)
-{
-    Operand leaf{};
-    if (const FunctionFloatConstant* constant = node.getConstantRef()) {
-        leaf.constant = constant->value;
-        return leafShape(Kind::Constant, leaf);
-    }
-    if (const FunctionFloatVariableDouble* variable = node.getVariableDoubleRef()) {
-        leaf.variable = variable->control;
-        return variable->control ? leafShape(Kind::VariableDouble, leaf) : Shape{};
-    }
-    if (const FunctionFloatVariableFloat* variable = node.getVariableFloatRef()) {
-        leaf.floatVariable = variable->control;
-        return variable->control ? leafShape(Kind::VariableFloat, leaf) : Shape{};
-    }
-    if (const FunctionFloatVariableInt* variable = node.getVariableIntRef()) {
-        leaf.intVariable = variable->control;
-        return variable->control ? leafShape(Kind::VariableInt, leaf) : Shape{};
-    }
-    if (const FunctionFloatVariableBool* variable = node.getVariableBoolRef()) {
-        // The node reads the byte, so that a byte other than 0 or 1 is defined.
-        leaf.boolByte = reinterpret_cast<const unsigned char*>(variable->control);
-        return variable->control ? leafShape(Kind::VariableBool, leaf) : Shape{};
-    }
-    if (const FunctionFloatUnary* unary = node.getUnaryRef())
-        return unaryShape(*unary);
-    if (const FunctionFloatBinary* binary = node.getBinaryRef())
-        return binaryShape(*binary);
-    if (const FunctionFloatTernary* ternary = node.getTernaryRef())
-        return ternaryShape(*ternary);
-    return Shape{};
-}
-
-int childCount(Kind kind)
+std::size_t valueSize(Form kind)
 {
     switch (kind) {
-    case Kind::Unary:
-        return 1;
-    case Kind::Binary:
-        return 2;
-    case Kind::If:
-        return 3;
+    case Form::Variable:
+        return sizeof(double);
+    case Form::FloatVariable:
+        return sizeof(float);
+    case Form::IntVariable:
+        return sizeof(int);
     default:
-        return 0;
+        return 1;  // a bool, read as its byte
     }
 }
 
-// ---------------------------------------------------------------- compiler
+// The value a leaf of `kind` reads from the `row`-th element of `values`.
+double valueAt(const void* values, Form kind, std::size_t row)
+{
+    Operand at{};
+    at.boolByte = static_cast<const unsigned char*>(values) + row * valueSize(kind);
+    return operand(kind, at, 0.0);
+}
 
-class Compiler {
+// The column listing an input's variable, or null.
+const Column* columnOf(const Input& input, const Column* columns, std::size_t columnCount)
+{
+    for (std::size_t index = 0; index < columnCount; ++index) {
+        if (columns[index].variable == input.address)
+            return &columns[index];
+    }
+    return nullptr;
+}
+
+// Feeds a batch to a kernel in blocks of rows: every input becomes an array
+// of doubles (a double column is used in place; other columns are widened as
+// their leaves widen them; an unlisted variable is read once and repeated),
+// and a last block is padded to whole lanes.
+class BatchFeeder {
 public:
-    explicit Compiler(const FunctionFloatBase& root)
+    static constexpr std::size_t blockRows = 256;
+
+    BatchFeeder(const std::vector<Input>& inputs, const Column* columns, std::size_t columnCount)
+        : inputs(inputs), buffers(inputs.size() * blockRows), table(inputs.size())
     {
-        findOpaqueSubtrees(root);
-        compile(root, 0);
+        for (const Input& input : inputs)
+            sources.push_back(columnOf(input, columns, columnCount));
+        for (std::size_t index = 0; index < inputs.size(); ++index) {
+            if (!sources[index])
+                std::fill_n(buffer(index), blockRows, valueAt(inputs[index].address, inputs[index].kind, 0));
+        }
     }
 
-    std::vector<Instruction> program;
+    // Calls run(table, count, out) over every block; `lanes` divides blockRows.
+    template <typename Run>
+    void feed(std::size_t rows, double* results, std::size_t lanes, Run run)
+    {
+        double padded[blockRows];
+        for (std::size_t start = 0; start < rows; start += blockRows) {
+            const std::size_t count = std::min(blockRows, rows - start);
+            const std::size_t whole = (count + lanes - 1) / lanes * lanes;
+            for (std::size_t index = 0; index < inputs.size(); ++index)
+                table[index] = block(index, start, count, whole);
+            if (whole == count) {
+                run(table.data(), count, results + start);
+            } else {
+                run(table.data(), whole, padded);
+                std::copy_n(padded, count, results + start);
+            }
+        }
+    }
 
 private:
-    // Records every node whose subtree holds an opaque node, and answers
-    // whether `node` is one of them.
-    bool findOpaqueSubtrees(const FunctionFloatBase& node)
+    double* buffer(std::size_t index) { return buffers.data() + index * blockRows; }
+
+    const double* block(std::size_t index, std::size_t start, std::size_t count, std::size_t whole)
     {
-        const Shape shape = shapeOf(node);
-        bool opaque = shape.kind == Kind::Opaque;
-        for (int index = 0; index < childCount(shape.kind); ++index)
-            opaque = findOpaqueSubtrees(*shape.children[index]) || opaque;
-        if (opaque)
-            holdsOpaque.insert(&node);
-        return opaque;
+        const Column* column = sources[index];
+        if (!column)
+            return buffer(index);
+        const Form kind = inputs[index].kind;
+        if (kind == Form::Variable && whole == count)
+            return static_cast<const double*>(column->values) + start;
+        double* converted = buffer(index);
+        for (std::size_t row = 0; row < count; ++row)
+            converted[row] = valueAt(column->values, kind, start + row);
+        std::fill(converted + count, converted + whole, converted[count - 1]);  // lanes nobody reads
+        return converted;
     }
 
-    void emit(Opcode opcode, Operand first = {}, Operand second = {})
-    {
-        program.push_back(Instruction{opcode, first, second});
-    }
+    const std::vector<Input>& inputs;
+    std::vector<const Column*> sources;
+    std::vector<double> buffers;
+    std::vector<const double*> table;
+};
 
-    // Emits code that leaves the value of `node` in the accumulator, with
-    // `depth` values on the stack that it must keep.
-    void compile(const FunctionFloatBase& node, int depth)
-    {
-        const Shape shape = shapeOf(node);
-        switch (shape.kind) {
-        case Kind::Constant:
-            return emit(Opcode::Constant, shape.leaf);
-        case Kind::VariableDouble:
-            return emit(Opcode::VariableDouble, shape.leaf);
-        case Kind::VariableFloat:
-            return emit(Opcode::VariableFloat, shape.leaf);
-        case Kind::VariableInt:
-            return emit(Opcode::VariableInt, shape.leaf);
-        case Kind::VariableBool:
-            return emit(Opcode::VariableBool, shape.leaf);
-        case Kind::Unary:
-            return compileUnary(shape, depth);
-        case Kind::Binary:
-            return compileBinary(node, shape, depth);
-        case Kind::If:
-            return compileIf(shape, depth);
-        case Kind::Opaque:
-            break;
+// The program with every input read from `image[k]` instead of the host.
+Program readingFrom(const Program& program, const std::vector<Input>& inputs, const double* image)
+{
+    Program copy = program;
+    for (Instruction& instruction : copy) {
+        for (const bool second : {false, true}) {
+            Input input;
+            if (!readsInput(instruction, second, &input))
+                continue;
+            const auto found = std::find_if(inputs.begin(), inputs.end(), [&](const Input& known) {
+                return known.address == input.address && known.kind == input.kind;
+            });
+            Operand& operand = second ? instruction.second : instruction.first;
+            operand.variable = image + (found - inputs.begin());
+            if (instruction.step == Step::Load || instruction.step == Step::Unary)
+                instruction.form = Form::Variable;
         }
-        callThroughTree(node);
     }
+    return copy;
+}
 
-    void callThroughTree(const FunctionFloatBase& node)
+// Writes the listed variables of the host, row after row, and puts the
+// original values back when done (or when a node throws).
+class HostVariableWriter {
+public:
+    HostVariableWriter(const std::vector<Input>& inputs, const Column* columns, std::size_t columnCount)
     {
-        Operand operand{};
-        operand.node = &node;
-        emit(Opcode::CallNode, operand);
-    }
-
-    void compileUnary(const Shape& shape, int depth)
-    {
-        const Shape argument = shapeOf(*shape.children[0]);
-        if (argument.kind == Kind::VariableDouble)
-            return emit(shape.unary->ofVariable, argument.leaf);
-        compile(*shape.children[0], depth);
-        emit(shape.unary->opcode);
-    }
-
-    // The tree evaluates arg1, then arg2. Reading a variable or a constant
-    // has no effect, so a leaf operand is read inside the combining
-    // instruction, except that a variable on the left is read after the
-    // right subtree only when that subtree calls nothing through the tree
-    // (a host's node could write the variable).
-    void compileBinary(const FunctionFloatBase& node, const Shape& shape, int depth)
-    {
-        const FunctionFloatBase& left = *shape.children[0];
-        const FunctionFloatBase& right = *shape.children[1];
-        const Shape leftShape = shapeOf(left);
-        const Shape rightShape = shapeOf(right);
-        const bool leftVariable = leftShape.kind == Kind::VariableDouble;
-        const bool leftConstant = leftShape.kind == Kind::Constant;
-        const bool rightVariable = rightShape.kind == Kind::VariableDouble;
-        const bool rightConstant = rightShape.kind == Kind::Constant;
-        const auto emitForm = [&](Form form) {
-            emit(shape.binary->byForm[static_cast<int>(form)], leftShape.leaf, rightShape.leaf);
-        };
-
-        if (const std::optional<Form> form = leafPairForm(leftShape, rightShape))
-            return emitForm(*form);
-        if (rightConstant || rightVariable) {
-            compile(left, depth);
-            return emitForm(rightConstant ? Form::AccConstant : Form::AccVariable);
+        for (std::size_t index = 0; index < columnCount; ++index) {
+            const auto input = std::find_if(inputs.begin(), inputs.end(), [&](const Input& known) {
+                return known.address == columns[index].variable;
+            });
+            // A variable no leaf reads has no known type: nothing to write.
+            if (input == inputs.end())
+                continue;
+            Written written{static_cast<unsigned char*>(const_cast<void*>(input->address)),
+                            static_cast<const unsigned char*>(columns[index].values), valueSize(input->kind), {}};
+            std::memcpy(written.original, written.variable, written.size);
+            variables.push_back(written);
         }
-        if (leftConstant || (leftVariable && holdsOpaque.count(&right) == 0)) {
-            compile(right, depth);
-            return emitForm(leftConstant ? Form::ConstantAcc : Form::VariableAcc);
-        }
-        if (depth == stackCapacity)
-            return callThroughTree(node);
-        compile(left, depth);
-        pushThenCompile(right, depth + 1);
-        emitForm(Form::StackAcc);
     }
 
-    // The form of a binary node whose operands are both leaves it can read
-    // itself, if it has one.
-    static std::optional<Form> leafPairForm(const Shape& left, const Shape& right)
+    ~HostVariableWriter()
     {
-        const bool leftVariable = left.kind == Kind::VariableDouble;
-        const bool rightVariable = right.kind == Kind::VariableDouble;
-        if (leftVariable && rightVariable)
-            return Form::VariableVariable;
-        if (leftVariable && right.kind == Kind::Constant)
-            return Form::VariableConstant;
-        if (left.kind == Kind::Constant && rightVariable)
-            return Form::ConstantVariable;
-        return std::nullopt;
+        for (const Written& written : variables)
+            std::memcpy(written.variable, written.original, written.size);
     }
 
-    // Pushes the accumulator and leaves the value of `node` in it, fusing the
-    // push into the node's instruction when that reads two leaves.
-    void pushThenCompile(const FunctionFloatBase& node, int depth)
+    void writeRow(std::size_t row) const
     {
-        const Shape shape = shapeOf(node);
-        if (shape.kind == Kind::Binary) {
-            const Shape left = shapeOf(*shape.children[0]);
-            const Shape right = shapeOf(*shape.children[1]);
-            if (const std::optional<Form> form = leafPairForm(left, right))
-                return emit(shape.binary->byForm[static_cast<int>(pushing(*form))], left.leaf,
-                            right.leaf);
-        }
-        emit(Opcode::Push);
-        compile(node, depth);
+        for (const Written& written : variables)
+            std::memcpy(written.variable, written.values + row * written.size, written.size);
     }
 
-    void compileIf(const Shape& shape, int depth)
-    {
-        compile(*shape.children[0], depth);
-        const std::size_t jumpToElse = program.size();
-        emit(Opcode::JumpIfZero);
-        compile(*shape.children[1], depth);
-        const std::size_t jumpToEnd = program.size();
-        emit(Opcode::Jump);
-        program[jumpToElse].first.target = program.size();
-        compile(*shape.children[2], depth);
-        program[jumpToEnd].first.target = program.size();
-    }
-
-    std::unordered_set<const FunctionFloatBase*> holdsOpaque;
+private:
+    struct Written {
+        unsigned char* variable;
+        const unsigned char* values;
+        std::size_t size;
+        unsigned char original[sizeof(double)];
+    };
+    std::vector<Written> variables;
 };
 
 }  // namespace
@@ -324,108 +338,70 @@ private:
 CompiledExpression::CompiledExpression(const FunctionFloatBase* root, Backend backend)
 {
     assert(root);
-    program = compiled::Compiler(*root).program;
-    if (backend == Backend::Automatic)
-        native = compiled::generateNativeCode(program);
+    auto made = std::make_shared<compiled::State>();
+    made->program = compiled::compileProgram(*root);
+    made->inputs = compiled::inputsOf(made->program);
+    made->callsTree = std::any_of(made->program.begin(), made->program.end(), [](const compiled::Instruction& step) {
+        return step.step == compiled::Step::CallNode;
+    });
+    made->nativeAllowed = backend == Backend::Automatic && compiled::nativeCodeAllowed.load();
+    if (made->nativeAllowed)
+        made->scalar = compiled::generateScalarCode(made->program);
+    nativeEntry = reinterpret_cast<double (*)()>(const_cast<void*>(made->scalar.entry()));
+    state = std::move(made);
 }
 
 CompiledExpression::~CompiledExpression() = default;
 CompiledExpression::CompiledExpression(const CompiledExpression& other) = default;
 CompiledExpression& CompiledExpression::operator=(const CompiledExpression& other) = default;
-CompiledExpression::CompiledExpression(CompiledExpression&& other) noexcept = default;
-CompiledExpression& CompiledExpression::operator=(CompiledExpression&& other) noexcept = default;
 
-#define EXPRCURVE_UNARY_CASES(NAME, OPERATION)                \
-    case Opcode::NAME:                                        \
-        accumulator = OPERATION(accumulator);                 \
-        break;                                                \
-    case Opcode::NAME##OfVariable:                            \
-        accumulator = OPERATION(*step->first.variable);       \
-        break;
-
-#define EXPRCURVE_BINARY_CASES(NAME, OPERATION)                                          \
-    case Opcode::NAME##StackAcc:                                                         \
-        --top;                                                                           \
-        accumulator = OPERATION(*top, accumulator);                                      \
-        break;                                                                           \
-    case Opcode::NAME##AccConstant:                                                      \
-        accumulator = OPERATION(accumulator, step->second.constant);                     \
-        break;                                                                           \
-    case Opcode::NAME##AccVariable:                                                      \
-        accumulator = OPERATION(accumulator, *step->second.variable);                    \
-        break;                                                                           \
-    case Opcode::NAME##ConstantAcc:                                                      \
-        accumulator = OPERATION(step->first.constant, accumulator);                      \
-        break;                                                                           \
-    case Opcode::NAME##VariableAcc:                                                      \
-        accumulator = OPERATION(*step->first.variable, accumulator);                     \
-        break;                                                                           \
-    case Opcode::NAME##VariableVariable:                                                 \
-        accumulator = OPERATION(*step->first.variable, *step->second.variable);          \
-        break;                                                                           \
-    case Opcode::NAME##VariableConstant:                                                 \
-        accumulator = OPERATION(*step->first.variable, step->second.constant);           \
-        break;                                                                           \
-    case Opcode::NAME##ConstantVariable:                                                 \
-        accumulator = OPERATION(step->first.constant, *step->second.variable);           \
-        break;                                                                           \
-    case Opcode::NAME##PushVariableVariable:                                             \
-        *top++ = accumulator;                                                            \
-        accumulator = OPERATION(*step->first.variable, *step->second.variable);          \
-        break;                                                                           \
-    case Opcode::NAME##PushVariableConstant:                                             \
-        *top++ = accumulator;                                                            \
-        accumulator = OPERATION(*step->first.variable, step->second.constant);           \
-        break;                                                                           \
-    case Opcode::NAME##PushConstantVariable:                                             \
-        *top++ = accumulator;                                                            \
-        accumulator = OPERATION(step->first.constant, *step->second.variable);           \
-        break;
-
-double CompiledExpression::interpret() const
+CompiledExpression::CompiledExpression(CompiledExpression&& other) noexcept
+    : state(std::move(other.state)), nativeEntry(std::exchange(other.nativeEntry, nullptr))
 {
-    using compiled::Opcode;
-    using namespace compiled;  // the operations named in the case lists
-    double stack[compiled::stackCapacity];
-    double* top = stack;
-    double accumulator = 0.0;
-    const Instruction* const start = program.data();
-    const Instruction* const end = start + program.size();
-    for (const Instruction* step = start; step != end; ++step) {
-        switch (step->opcode) {
-        case Opcode::Push:
-            *top++ = accumulator;
-            break;
-        case Opcode::Jump:
-            step = start + step->first.target - 1;
-            break;
-        case Opcode::JumpIfZero:
-            if (accumulator == 0.0)
-                step = start + step->first.target - 1;
-            break;
-        case Opcode::Constant:
-            accumulator = step->first.constant;
-            break;
-        case Opcode::VariableDouble:
-            accumulator = *step->first.variable;
-            break;
-        case Opcode::VariableFloat:
-            accumulator = static_cast<double>(*step->first.floatVariable);
-            break;
-        case Opcode::VariableInt:
-            accumulator = static_cast<double>(*step->first.intVariable);
-            break;
-        case Opcode::VariableBool:
-            accumulator = *step->first.boolByte != 0 ? 1.0 : 0.0;
-            break;
-        case Opcode::CallNode:
-            accumulator = (*step->first.node)();
-            break;
-            EXPRCURVE_UNARY_OPERATIONS(EXPRCURVE_UNARY_CASES)
-            EXPRCURVE_BINARY_OPERATIONS(EXPRCURVE_BINARY_CASES)
-        }
+}
+
+CompiledExpression& CompiledExpression::operator=(CompiledExpression&& other) noexcept
+{
+    state = std::move(other.state);
+    nativeEntry = std::exchange(other.nativeEntry, nullptr);
+    return *this;
+}
+
+void CompiledExpression::setNativeCodeAllowed(bool allowed) { compiled::nativeCodeAllowed.store(allowed); }
+
+// A moved-from form has no state and evaluates to 0.0.
+double CompiledExpression::interpret() const { return state ? compiled::interpretProgram(state->program) : 0.0; }
+
+void CompiledExpression::evaluate(std::size_t rows, const Column* columns, std::size_t columnCount,
+                                  double* results) const
+{
+    using namespace compiled;
+    if (rows == 0)
+        return;
+    if (!state) {
+        std::fill_n(results, rows, 0.0);
+        return;
     }
-    return accumulator;
+    if (state->callsTree) {
+        const HostVariableWriter writer(state->inputs, columns, columnCount);
+        for (std::size_t row = 0; row < rows; ++row) {
+            writer.writeRow(row);
+            results[row] = (*this)();
+        }
+        return;
+    }
+    BatchFeeder feeder(state->inputs, columns, columnCount);
+    if (const BatchEntry kernel = state->batchEntry())
+        return feeder.feed(rows, results, batchLanes(), kernel);
+    std::vector<double> image(state->inputs.size());
+    const Program program = readingFrom(state->program, state->inputs, image.data());
+    feeder.feed(rows, results, 1, [&](const double* const* table, std::size_t count, double* out) {
+        for (std::size_t row = 0; row < count; ++row) {
+            for (std::size_t index = 0; index < image.size(); ++index)
+                image[index] = table[index][row];
+            out[row] = interpretProgram(program);
+        }
+    });
 }
 
 }  // namespace exprcurve

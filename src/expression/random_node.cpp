@@ -1,6 +1,7 @@
 // The random node: a table of samples per node, drawn at construction from a
 // process-wide generator, read back by linear interpolation.
 #include "functionfloatbase.h"
+#include "random_noise.h"
 
 #include <cmath>
 #include <cstddef>
@@ -91,18 +92,22 @@ FunctionFloatRnd::FunctionFloatRnd()
 // Interpolates linearly between two neighbouring samples inside each step of
 // 0.001 of |t|; the pair is chosen by the square of the step number. A table
 // the host has emptied gives no noise (0.0) instead of reading past its end.
-double FunctionFloatRnd::operator()() const
+double exprcurve::randomNoise(const std::vector<double>& table, double position)
 {
-    const double s = std::fabs((*arg2)());
+    const double s = std::fabs(position);
     const std::int64_t i = stepNumber(s * 1000.0);
     const double f = (s * 1000000.0 - stepStart(i)) / 1000.0;
-    double r = 0.0;
-    const std::size_t n = randomTable.size();
-    if (n > 0) {
-        const std::uint64_t square = static_cast<std::uint64_t>(i) * static_cast<std::uint64_t>(i);
-        const std::size_t k1 = static_cast<std::size_t>(square % n);
-        const std::size_t k2 = (k1 + 1) % n;
-        r = (randomTable[k2] - randomTable[k1]) * f + randomTable[k1];
-    }
+    const std::size_t n = table.size();
+    if (n == 0)
+        return 0.0;
+    const std::uint64_t square = static_cast<std::uint64_t>(i) * static_cast<std::uint64_t>(i);
+    const std::size_t k1 = static_cast<std::size_t>(square % n);
+    const std::size_t k2 = (k1 + 1) % n;
+    return (table[k2] - table[k1]) * f + table[k1];
+}
+
+double FunctionFloatRnd::operator()() const
+{
+    const double r = exprcurve::randomNoise(randomTable, (*arg2)());
     return (*arg1)() * r;
 }
