@@ -53,9 +53,51 @@ bool isInlineScalar(Operation operation)
     }
 }
 
+// What the scalar and the batch generator share: the assembler, and where
+// a binary instruction finds its operands.
+class Generator {
+public:
+    Assembler code;
+
+protected:
+    virtual ~Generator() = default;
+    virtual void load(Xmm to, Form form, const Operand& operand) = 0;
+    virtual void pushAccumulator() = 0;
+    virtual void pop(Xmm to) = 0;
+
+    // Puts the left operand in the accumulator and the right one in scratch.
+    void placeOperands(const Instruction& step)
+    {
+        if (step.pushFirst)
+            pushAccumulator();
+        switch (step.form) {
+        case Form::StackAcc:
+            code.movapd(scratch, accumulator);
+            pop(accumulator);
+            break;
+        case Form::AccStack:
+            pop(scratch);
+            break;
+        case Form::AccConstant:
+        case Form::AccVariable:
+            load(scratch, step.form == Form::AccConstant ? Form::Constant : Form::Variable, step.second);
+            break;
+        case Form::ConstantAcc:
+        case Form::VariableAcc:
+            code.movapd(scratch, accumulator);
+            load(accumulator, step.form == Form::ConstantAcc ? Form::Constant : Form::Variable, step.first);
+            break;
+        default:  // two leaves
+            load(accumulator, step.form == Form::ConstantVariable ? Form::Constant : Form::Variable, step.first);
+            load(scratch, step.form == Form::VariableConstant ? Form::Constant : Form::Variable, step.second);
+            break;
+        }
+    }
+};
+
 // ---------------------------------------------------------------- scalar
 
-class ScalarGenerator {
+class ScalarGenerator : public Generator {
 public:
     explicit ScalarGenerator(const Program& program) : program(program) {}
 
@@ -78,8 +120,6 @@ public:
             code.bind(jump.at, offsets[jump.target]);
         return true;
     }
-
-    Assembler code;
 
 private:
     struct PendingJump {
@@ -112,7 +152,7 @@ private:
     {
         switch (step.step) {
         case Step::Push:
-            return push();
+            return pushAccumulator();
         case Step::Jump:
             return jumpTo(code.jump(), step.first.target);
         case Step::JumpIfZero:
@@ -133,7 +173,7 @@ private:
         }
     }
 
-    void load(Xmm to, Form form, const Operand& operand)
+    void load(Xmm to, Form form, const Operand& operand) override
     {
         switch (form) {
         case Form::Constant:
@@ -154,7 +194,7 @@ private:
         }
     }
 
-    void push()
+    void pushAccumulator() override
     {
         const int slot = depth++;
         if (slot < slotsInRegisters)
@@ -163,7 +203,7 @@ private:
             code.movsd(at(rsp, 8 * slot), accumulator);
     }
 
-    void pop(Xmm to)
+    void pop(Xmm to) override
     {
         const int slot = --depth;
         if (slot < slotsInRegisters)
@@ -172,34 +212,9 @@ private:
             code.movsd(to, at(rsp, 8 * slot));
     }
 
-    // Puts the left operand in the accumulator and the right one in
-    // scratch, then combines them into the accumulator.
     void binary(const Instruction& step)
     {
-        if (step.pushFirst)
-            push();
-        switch (step.form) {
-        case Form::StackAcc:
-            code.movapd(scratch, accumulator);
-            pop(accumulator);
-            break;
-        case Form::AccStack:
-            pop(scratch);
-            break;
-        case Form::AccConstant:
-        case Form::AccVariable:
-            load(scratch, step.form == Form::AccConstant ? Form::Constant : Form::Variable, step.second);
-            break;
-        case Form::ConstantAcc:
-        case Form::VariableAcc:
-            code.movapd(scratch, accumulator);
-            load(accumulator, step.form == Form::ConstantAcc ? Form::Constant : Form::Variable, step.first);
-            break;
-        default:  // two leaves
-            load(accumulator, step.form == Form::ConstantVariable ? Form::Constant : Form::Variable, step.first);
-            load(scratch, step.form == Form::VariableConstant ? Form::Constant : Form::Variable, step.second);
-            break;
-        }
+        placeOperands(step);
         combine(step.operation);
     }
 
@@ -258,7 +273,7 @@ private:
 
 // Registers of the batch kernel: rbx the row, r12 the input table, r13 the
 // results, r14 the row count; all four are kept across calls.
-class BatchGenerator {
+class BatchGenerator : public Generator {
 public:
     BatchGenerator(const Program& program, const std::vector<Input>& inputs) : program(program), inputs(inputs) {}
 
@@ -292,7 +307,6 @@ public:
         return true;
     }
 
-    Assembler code;
     static constexpr std::size_t lanes = 2;
 
 private:
@@ -339,17 +353,17 @@ private:
         const Instruction& step = program[index];
         switch (step.step) {
         case Step::Push:
-            return push(accumulator);
+            return pushAccumulator();
         case Step::JumpIfZero:
             // The condition becomes the mask of the rows that take the
             // first branch: not equal to zero, NaN included.
             code.xorpd(scratch, scratch);
             code.cmppd(accumulator, scratch, Compare::NotEqual);
-            push(accumulator);
+            pushAccumulator();
             openIfs.push_back(program[step.first.target - 1].first.target);
             return;
         case Step::Jump:
-            return push(accumulator);  // the first branch's value
+            return pushAccumulator();  // the first branch's value
         case Step::Load:
             return load(accumulator, step.form, step.first);
         case Step::Unary:
@@ -388,7 +402,7 @@ private:
         return 0;  // not reached: inputs come from the same program
     }
 
-    void load(Xmm to, Form form, const Operand& operand)
+    void load(Xmm to, Form form, const Operand& operand) override
     {
         if (form == Form::Constant)
             return code.movapd(to, inData(code.constantPair(operand.constant)));
@@ -400,16 +414,16 @@ private:
         code.movupd(to, atIndexed(rax, rbx));
     }
 
-    void push(Xmm from)
+    void pushAccumulator() override
     {
         const int slot = depth++;
         if (slot < slotsInRegisters)
-            code.movapd(slotRegister(slot), from);
+            code.movapd(slotRegister(slot), accumulator);
         else
-            code.movapd(at(rsp, 16 * slot), from);
+            code.movapd(at(rsp, 16 * slot), accumulator);
     }
 
-    void pop(Xmm to)
+    void pop(Xmm to) override
     {
         const int slot = --depth;
         if (slot < slotsInRegisters)
@@ -420,30 +434,7 @@ private:
 
     void binary(const Instruction& step)
     {
-        if (step.pushFirst)
-            push(accumulator);
-        switch (step.form) {
-        case Form::StackAcc:
-            code.movapd(scratch, accumulator);
-            pop(accumulator);
-            break;
-        case Form::AccStack:
-            pop(scratch);
-            break;
-        case Form::AccConstant:
-        case Form::AccVariable:
-            load(scratch, step.form == Form::AccConstant ? Form::Constant : Form::Variable, step.second);
-            break;
-        case Form::ConstantAcc:
-        case Form::VariableAcc:
-            code.movapd(scratch, accumulator);
-            load(accumulator, step.form == Form::ConstantAcc ? Form::Constant : Form::Variable, step.first);
-            break;
-        default:
-            load(accumulator, step.form == Form::ConstantVariable ? Form::Constant : Form::Variable, step.first);
-            load(scratch, step.form == Form::VariableConstant ? Form::Constant : Form::Variable, step.second);
-            break;
-        }
+        placeOperands(step);
         combine(step.operation);
     }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <cstdio>
 #include <cstdint>
 #include <cstring>
 #include <fstream>
@@ -15,6 +16,7 @@
 #include <vector>
 
 #if defined(__linux__)
+#include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
 #endif
@@ -27,6 +29,8 @@
 using exprcurve::CompiledExpression;
 
 namespace {
+
+volatile double resultSink;
 
 #if defined(__x86_64__) && defined(__linux__)
 constexpr bool nativeCodeExpected = true;
@@ -311,6 +315,63 @@ TEST(CompiledExpression, BatchWithHostNodesWritesEachRowAndRestoresTheVariables)
     EXPECT_EQ(x, 0.5);  // restored
     EXPECT_EQ(y, 10.0);  // the host node ran once per row
 }
+
+#if defined(__linux__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+// Runs `work` on a thread whose stack is painted first, and answers how many
+// bytes of it were touched. (Sanitizers enlarge frames: not measured there.)
+template <typename Work>
+std::size_t stackBytesUsed(Work work)
+{
+    constexpr std::size_t size = 1 << 20;
+    std::vector<unsigned char> stack(size, 0xA5);
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstack(&attributes, stack.data(), size);
+    pthread_t thread;
+    auto run = [](void* argument) -> void* {
+        (*static_cast<Work*>(argument))();
+        return nullptr;
+    };
+    EXPECT_EQ(pthread_create(&thread, &attributes, run, &work), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+    std::size_t untouched = 0;
+    while (untouched < size && stack[untouched] == 0xA5)
+        ++untouched;
+    return size - untouched;
+}
+
+// The compiler and both kinds of evaluation keep their work lists on the
+// heap: at the depth limit they need a few KiB of stack, far below the
+// parser's own budget. (Parsing and deleting the tree are not measured.)
+TEST(CompiledExpression, CompilingAndEvaluatingAtTheDepthLimitNeedLittleStack)
+{
+    Inputs inputs;
+    const int levels = FunctionParserBase::maxParseDepth / 2 - 1;  // a call and a sum each
+    std::string nested;
+    for (int level = 0; level < levels; ++level)
+        nested += "sin(a*b+";
+    nested += "c" + std::string(levels, ')');
+    ParseMessage message{};
+    const std::unique_ptr<FunctionFloatBase> tree(inputs.parser.parseString(nested, message));
+    ASSERT_TRUE(message.errors.empty());
+    for (const auto backend : {CompiledExpression::Backend::Automatic, CompiledExpression::Backend::Interpreter}) {
+        const std::size_t compiling = stackBytesUsed([&] { const CompiledExpression compiled(tree.get(), backend); });
+        const CompiledExpression compiled(tree.get(), backend);
+        const std::size_t evaluating = stackBytesUsed([&] { resultSink = compiled(); });
+        std::vector<double> values(300, 0.25), results(300);
+        const exprcurve::Column column{&inputs.a, values.data()};
+        const std::size_t batch = stackBytesUsed([&] { compiled.evaluate(300, &column, 1, results.data()); });
+        std::printf("stack at the depth limit (%s): compile %zu, evaluate %zu, batch %zu bytes "
+                    "(a thread doing nothing: %zu)\n",
+                    compiled.usesNativeCode() ? "native" : "interpreted", compiling, evaluating, batch,
+                    stackBytesUsed([] {}));
+        EXPECT_LT(compiling, 16u * 1024);
+        EXPECT_LT(evaluating, 16u * 1024);
+        EXPECT_LT(batch, 16u * 1024);
+    }
+}
+#endif
 
 #if defined(__linux__)
 std::vector<std::string> poolMappings()
