@@ -181,7 +181,8 @@ Placement Pool::place(const CodeImage& image)
     Chunk& chunk = *current;
     const std::size_t codeOffset = roundUp(chunk.codeUsed, alignment);
     const std::size_t dataOffset = chunk.codeLimit + roundUp(chunk.dataUsed, alignment);
-    std::memcpy(chunk.writable + dataOffset, image.data.data(), image.data.size());
+    if (!image.data.empty())  // a program of one constant-free instruction has no data
+        std::memcpy(chunk.writable + dataOffset, image.data.data(), image.data.size());
     std::memcpy(chunk.writable + codeOffset, image.code.data(), image.code.size());
     for (const CodeImage::DataReference& reference : image.references) {
         const std::int64_t displacement = static_cast<std::int64_t>(dataOffset + reference.dataOffset) -
