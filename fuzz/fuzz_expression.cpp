@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "diagnostics.h"
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
 #include "fuzz_support.h"
@@ -76,6 +77,35 @@ public:
     }
 };
 
+double hostHalf(const double* v, void*) { return v[0] / 2; }
+double hostLerp(const double* v, void*) { return v[0] + (v[1] - v[0]) * v[2]; }
+double hostNow(const double*, void* context) { return *static_cast<const double*>(context); }
+double hostSum(const double* v, void*)
+{
+    double total = 0;
+    for (int i = 0; i < 8; ++i)
+        total = total * 0.5 + v[i];
+    return total;
+}
+
+// Every described fault and every warning lies within the typed text, and
+// each fault has its entry.
+void checkDiagnostics(const std::string& text, const ParseMessage& message)
+{
+    const auto within = [&](const exprcurve::Diagnostic& d) {
+        require(d.position >= 0 && d.length >= 0, "diagnostic range not negative");
+        require(static_cast<std::size_t>(d.position) + static_cast<std::size_t>(d.length) <= text.size(),
+                "diagnostic range within the typed text");
+        require(!d.message.empty(), "diagnostic has a message");
+    };
+    const std::vector<exprcurve::Diagnostic> faults = exprcurve::describeFaults(text, message);
+    require(faults.size() == message.errors.size(), "one description per fault");
+    for (const exprcurve::Diagnostic& d : faults)
+        within(d);
+    for (const exprcurve::Diagnostic& d : exprcurve::lint(text))
+        within(d);
+}
+
 FunctionParserBase& fuzzParser()
 {
     static FunctionParserBase parser;
@@ -89,6 +119,11 @@ FunctionParserBase& fuzzParser()
         // A kind code that is none of the four reads like an unknown name.
         parser.insertKey(FunctionParserBase::keyStruct{"k", 9, &host.unknownKind});
         parser.setVarMapper(&mapper);
+        // Host functions of several arities, one a key's name as well.
+        parser.defineFunction("x", 1, hostHalf);
+        parser.defineFunction("lerp", 3, hostLerp);
+        parser.defineFunction("now", 0, hostNow, &host.mapped);
+        parser.defineFunction("w8", 8, hostSum);
         // Random nodes are costly to build; past the bound a call is a fault.
         parser.maxRandomNodes = randomNodeBound;
         return true;
@@ -205,6 +240,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(tree != nullptr, "parseString returns a tree");
     require(tree->text == message.text, "the root carries the normalised text");
     checkMessage(message);
+    checkDiagnostics(text, message);
     require(randomNodesIn(tree.get()) <= randomNodeBound, "no more random nodes than the bound");
 
     // Evaluation changes nothing, so a second one gives the same bits.

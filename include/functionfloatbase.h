@@ -9,7 +9,10 @@
 // answers true / `this` for its own class and its arity (or leaf kind), and
 // false / null everywhere else. The virtual slots are declared in a fixed
 // order that hosts compiled against this header rely on; append, never
-// reorder.
+// reorder. The host-call pair (isHostCall/getHostCallRef) came last, after
+// getString: a call of a function the host defined answers it and none of the
+// other queries, so walkers that know only the older queries see an opaque
+// leaf, and walkers that know it reach the call's arguments through it.
 //
 // Evaluation allocates nothing and changes nothing, so an unchanging tree may
 // be evaluated from several threads at once while nobody writes the bound
@@ -18,8 +21,6 @@
 #define EXPRCURVE_FUNCTIONFLOATBASE_H
 
 #include <cassert>
-#include <cmath>
-#include <math.h>  // j0, j1 (POSIX, not part of std::)
 #include <string>
 #include <vector>
 
@@ -68,6 +69,12 @@ class FunctionFloatLss;
 class FunctionFloatMax;
 class FunctionFloatMin;
 class FunctionFloatIf;
+class FunctionFloatHostCall;
+
+// A function the host defines for the expression language (see
+// FunctionParserBase::defineFunction): it gets the values of the call's
+// arguments, left to right, and the context pointer given with it.
+typedef double (*HostFunction)(const double* arguments, void* context);
 
 class FunctionFloatBase {
 public:
@@ -99,6 +106,9 @@ public:
 
     // A copy of this node's own text; it is never rebuilt from the children.
     virtual std::string getString() { return text; }
+
+    virtual bool isHostCall() const { return false; }
+    virtual const FunctionFloatHostCall* getHostCallRef() const { return nullptr; }
 
     // Empty unless a builder sets it: the parser stores the normalised text in
     // the root and the key name in variable leaves made from keys.
@@ -313,7 +323,7 @@ public:
     double operator()() const override
     {
         assert(arg);
-        return ::j0((*arg)());
+        return exprcurve::operations::besselJ0((*arg)());
     }
 };
 
@@ -324,7 +334,7 @@ public:
     double operator()() const override
     {
         assert(arg);
-        return ::j1((*arg)());
+        return exprcurve::operations::besselJ1((*arg)());
     }
 };
 
@@ -335,7 +345,7 @@ public:
     double operator()() const override
     {
         assert(arg);
-        return std::floor((*arg)());
+        return exprcurve::operations::roundDown((*arg)());
     }
 };
 
@@ -346,7 +356,7 @@ public:
     double operator()() const override
     {
         assert(arg);
-        return std::ceil((*arg)());
+        return exprcurve::operations::roundUp((*arg)());
     }
 };
 
@@ -357,7 +367,7 @@ public:
     double operator()() const override
     {
         assert(arg);
-        return std::tan((*arg)());
+        return exprcurve::operations::tangent((*arg)());
     }
 };
 
@@ -368,7 +378,7 @@ public:
     double operator()() const override
     {
         assert(arg);
-        return std::sin((*arg)());
+        return exprcurve::operations::sine((*arg)());
     }
 };
 
@@ -379,7 +389,7 @@ public:
     double operator()() const override
     {
         assert(arg);
-        return std::cos((*arg)());
+        return exprcurve::operations::cosine((*arg)());
     }
 };
 
@@ -390,7 +400,7 @@ public:
     double operator()() const override
     {
         assert(arg);
-        return std::tanh((*arg)());
+        return exprcurve::operations::hyperbolicTangent((*arg)());
     }
 };
 
@@ -401,7 +411,7 @@ public:
     double operator()() const override
     {
         assert(arg);
-        return std::sinh((*arg)());
+        return exprcurve::operations::hyperbolicSine((*arg)());
     }
 };
 
@@ -412,7 +422,7 @@ public:
     double operator()() const override
     {
         assert(arg);
-        return std::cosh((*arg)());
+        return exprcurve::operations::hyperbolicCosine((*arg)());
     }
 };
 
@@ -423,7 +433,7 @@ public:
     double operator()() const override
     {
         assert(arg);
-        return std::atan((*arg)());
+        return exprcurve::operations::arcTangent((*arg)());
     }
 };
 
@@ -434,7 +444,7 @@ public:
     double operator()() const override
     {
         assert(arg);
-        return std::asin((*arg)());
+        return exprcurve::operations::arcSine((*arg)());
     }
 };
 
@@ -445,7 +455,7 @@ public:
     double operator()() const override
     {
         assert(arg);
-        return std::acos((*arg)());
+        return exprcurve::operations::arcCosine((*arg)());
     }
 };
 
@@ -456,7 +466,7 @@ public:
     double operator()() const override
     {
         assert(arg);
-        return std::sqrt((*arg)());
+        return exprcurve::operations::squareRoot((*arg)());
     }
 };
 
@@ -478,7 +488,7 @@ public:
     double operator()() const override
     {
         assert(arg);
-        return std::log((*arg)());
+        return exprcurve::operations::naturalLog((*arg)());
     }
 };
 
@@ -489,7 +499,7 @@ public:
     double operator()() const override
     {
         assert(arg);
-        return std::log10((*arg)());
+        return exprcurve::operations::decimalLog((*arg)());
     }
 };
 
@@ -500,7 +510,7 @@ public:
     double operator()() const override
     {
         assert(arg);
-        return std::exp((*arg)());
+        return exprcurve::operations::exponential((*arg)());
     }
 };
 
@@ -516,7 +526,7 @@ public:
         assert(arg2);
         const double a = (*arg1)();
         const double b = (*arg2)();
-        return a + b;
+        return exprcurve::operations::sum(a, b);
     }
 };
 
@@ -530,7 +540,7 @@ public:
         assert(arg2);
         const double a = (*arg1)();
         const double b = (*arg2)();
-        return a - b;
+        return exprcurve::operations::difference(a, b);
     }
 };
 
@@ -544,7 +554,7 @@ public:
         assert(arg2);
         const double a = (*arg1)();
         const double b = (*arg2)();
-        return a * b;
+        return exprcurve::operations::product(a, b);
     }
 };
 
@@ -558,7 +568,7 @@ public:
         assert(arg2);
         const double a = (*arg1)();
         const double b = (*arg2)();
-        return a / b;
+        return exprcurve::operations::quotient(a, b);
     }
 };
 
@@ -572,7 +582,7 @@ public:
         assert(arg2);
         const double a = (*arg1)();
         const double b = (*arg2)();
-        return std::pow(a, b);
+        return exprcurve::operations::toThePower(a, b);
     }
 };
 
@@ -705,6 +715,33 @@ public:
         assert(arg3);
         return (*arg1)() == 0.0 ? (*arg3)() : (*arg2)();
     }
+};
+
+// ---------------------------------------------------------------- host calls
+
+// name(x1, ..., xn) of a function the host defined: evaluates its arguments
+// left to right and passes their values to `function` with `context`. Both
+// were taken from the parser when the text was parsed, so a tree keeps
+// calling what it was built with whatever the host defines later.
+//
+// It derives from none of the arity classes: its kind answers only
+// isHostCall/getHostCallRef, and its arguments are arguments[0 .. arity-1].
+// Whatever the function throws propagates out of operator() unchanged.
+class FunctionFloatHostCall : public FunctionFloatBase {
+public:
+    static constexpr unsigned int maxArguments = 8;
+
+    ~FunctionFloatHostCall() override;  // deletes the arguments, last first
+
+    bool isHostCall() const override { return true; }
+    const FunctionFloatHostCall* getHostCallRef() const override { return this; }
+    double operator()() const override;
+
+    std::string name;  // as the text called it, lower case
+    HostFunction function = nullptr;
+    void* context = nullptr;
+    unsigned int arity = 0;
+    FunctionFloatBase* arguments[maxArguments] = {};  // owned; the first `arity` are set
 };
 
 #endif  // EXPRCURVE_FUNCTIONFLOATBASE_H

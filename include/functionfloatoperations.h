@@ -1,7 +1,8 @@
-// The value rules of the operators whose result is not a single IEEE
-// operation or math-library call: truth values, abs, max and min. The node
-// classes and the compiled form both evaluate through these, so the two can
-// never disagree.
+// The value rule of every built-in operator and function: IEEE operations,
+// math-library calls, and the rules of truth values, abs, max and min. The
+// node classes evaluate through these and the table of built-ins
+// (builtinoperations.h) names them, so every form of evaluation computes the
+// very same function.
 //
 // Truth values are 1.0 and 0.0. "not", "&", "|" and "=" compare magnitudes
 // against an absolute tolerance of 2^-52; "if" tests for exact zero.
@@ -9,11 +10,36 @@
 #define EXPRCURVE_FUNCTIONFLOATOPERATIONS_H
 
 #include <cmath>
+#include <math.h>  // j0, j1 (POSIX, not part of std::)
 
 constexpr double exprcurveTruthTolerance = 2.220446049250313e-16;
 
 namespace exprcurve {
 namespace operations {
+
+inline double sum(double a, double b) { return a + b; }
+inline double difference(double a, double b) { return a - b; }
+inline double product(double a, double b) { return a * b; }
+inline double quotient(double a, double b) { return a / b; }
+inline double toThePower(double a, double b) { return std::pow(a, b); }
+
+inline double besselJ0(double x) { return ::j0(x); }
+inline double besselJ1(double x) { return ::j1(x); }
+inline double roundDown(double x) { return std::floor(x); }
+inline double roundUp(double x) { return std::ceil(x); }
+inline double tangent(double x) { return std::tan(x); }
+inline double sine(double x) { return std::sin(x); }
+inline double cosine(double x) { return std::cos(x); }
+inline double hyperbolicTangent(double x) { return std::tanh(x); }
+inline double hyperbolicSine(double x) { return std::sinh(x); }
+inline double hyperbolicCosine(double x) { return std::cosh(x); }
+inline double arcTangent(double x) { return std::atan(x); }
+inline double arcSine(double x) { return std::asin(x); }
+inline double arcCosine(double x) { return std::acos(x); }
+inline double squareRoot(double x) { return std::sqrt(x); }
+inline double naturalLog(double x) { return std::log(x); }
+inline double decimalLog(double x) { return std::log10(x); }
+inline double exponential(double x) { return std::exp(x); }
 
 // 1.0 when |x| < 2^-52, so a NaN gives 0.0.
 inline double logicalNot(double x) { return std::fabs(x) < exprcurveTruthTolerance ? 1.0 : 0.0; }

@@ -10,7 +10,8 @@
 //     notation ('1e-5' is 1*e-5 with the constant e);
 //   - implicit multiplication: '2x' is 2*x, '(a)(b)' is (a)*(b);
 //   - calls: if max min exp log10 log rnd abs sqrt acos asin atan cosh sinh
-//     tanh cos sin tan ceil floor j0 j1 not; constants pi e epsilon (floats).
+//     tanh cos sin tan ceil floor j0 j1 not; constants pi e epsilon (floats);
+//     and the functions the host defines with defineFunction.
 //
 // A faulty text never stops the parser: it yields a tree all the same, with
 // every fault recorded in the caller's ParseMessage.
@@ -19,12 +20,15 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
-class FunctionFloatBase;
+#include "functionfloatbase.h"  // HostFunction
+
 class ParserVarMapper;
 
 // Operator kinds; the value is the index of the kind's entry in tableInfo.
@@ -114,6 +118,27 @@ public:
     void setVarMapper(ParserVarMapper* mapper);
     ParserVarMapper* getVarMapper() const;
 
+    // ---- host functions. `name(x1,...,xn)` in a text (`name()` for none)
+    // calls `function` with the arguments' values, left to right, and
+    // `context`. The name is lower-cased; it is refused (false) when it is
+    // empty, is not a letter followed by letters, digits or '_', is one of
+    // the built-in call names, or could never be called because the text's
+    // normalisation splits it ('v3len(' reads as 'v3*len('); so is an arity
+    // above 8 or a null function. Defining a name again replaces it. Trees
+    // already built keep what they were built with. A name that is also a key
+    // is the function when a bracket follows and the key otherwise.
+    bool defineFunction(const std::string& name, unsigned int arity, HostFunction function,
+                        void* context = nullptr);
+    bool removeFunction(const std::string& name);  // false when not defined
+
+    struct HostFunctionEntry {
+        unsigned int arity;
+        HostFunction function;
+        void* context;
+    };
+    // The function defined under the exact (lower-case) name, or null.
+    const HostFunctionEntry* findFunction(std::string_view name) const;
+
     // ---- text preparation
     std::string firstParse(const std::string& expression);
     bool startsWith(const std::string& s, const std::string& prefix);
@@ -147,6 +172,9 @@ public:
     // text may bound them: past the bound each further "rnd" call is one
     // PARSE_BAD_OPERAND fault covering the call, and builds nothing.
     std::size_t maxRandomNodes = SIZE_MAX;
+
+private:
+    std::map<std::string, HostFunctionEntry, std::less<>> functionMap;
 };
 
 #endif  // EXPRCURVE_FUNCTIONPARSERBASE_H

@@ -22,7 +22,7 @@ CurveSampler::CurveSampler(SplineBase& curve, const ExpressionInput& expression)
     expression_.reset(parser.parseString(expression.expression, message));
     if (!message.errors.empty()) {
         std::cerr << "exprcurve: the expression has faults:\n";
-        reportFaults(message);
+        reportFaults(expression.expression, message);
         throw Failure(exitInputFaults, "cannot evaluate a faulty expression");
     }
 }

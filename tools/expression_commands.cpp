@@ -6,6 +6,7 @@
 #include <memory>
 #include <set>
 
+#include "builtinoperations.h"
 #include "functionfloatbase.h"
 #include "parservarmapper.h"
 #include "tool_support.h"
@@ -15,14 +16,17 @@ namespace {
 
 using Tree = std::unique_ptr<FunctionFloatBase>;
 
-// Reports the faults of a parse; true when there were any.
-bool hasFaults(const ParseMessage& message)
+// Reports the faults of a parse, and the warnings unless they are off; true
+// when there were faults.
+bool hasFaults(const std::string& expression, const ParseMessage& message, bool warnings)
 {
+    if (warnings)
+        reportWarnings(expression);
     if (message.errors.empty())
         return false;
     std::cerr << "exprcurve: the expression has " << message.errors.size()
               << (message.errors.size() == 1 ? " fault:\n" : " faults:\n");
-    reportFaults(message);
+    reportFaults(expression, message);
     return true;
 }
 
@@ -47,11 +51,7 @@ private:
     // reports it.
     static bool isFunctionName(const std::string& name)
     {
-        static const std::set<std::string> functions{
-            "if",   "max",  "min",  "exp",  "log10", "log", "rnd", "abs",
-            "sqrt", "acos", "asin", "atan", "cosh",  "sinh", "tanh", "cos",
-            "sin",  "tan",  "ceil", "floor", "j0",   "j1",  "not"};
-        return functions.count(name) != 0;
+        return exprcurve::findBuiltinFunction(name) != nullptr;
     }
     static bool isNameLike(const std::string& name)
     {
@@ -91,22 +91,10 @@ std::string nodeLabel(const FunctionFloatBase& node)
         const std::string name = leaf.getString();
         return (name.empty() ? std::string("(unnamed)") : name) + "  [" + kind + " variable]";
     }
-    if (const FunctionFloatUnary* u = node.getUnaryRef()) {
-        return u->isNeg() ? "not" : u->isJ0() ? "j0" : u->isJ1() ? "j1" : u->isFloor() ? "floor"
-             : u->isCeil() ? "ceil" : u->isTan() ? "tan" : u->isSin() ? "sin" : u->isCos() ? "cos"
-             : u->isTanH() ? "tanh" : u->isSinH() ? "sinh" : u->isCosH() ? "cosh"
-             : u->isATan() ? "atan" : u->isASin() ? "asin" : u->isACos() ? "acos"
-             : u->isSqrt() ? "sqrt" : u->isAbs() ? "abs" : u->isLog() ? "log"
-             : u->isL10() ? "log10" : u->isExp() ? "exp" : "unary";
-    }
-    if (const FunctionFloatBinary* b = node.getBinaryRef()) {
-        return b->isAdd() ? "+" : b->isSub() ? "-" : b->isMul() ? "*" : b->isDiv() ? "/"
-             : b->isPow() ? "^" : b->isAnd() ? "&" : b->isOr() ? "|" : b->isEql() ? "="
-             : b->isGrt() ? ">" : b->isLss() ? "<" : b->isMax() ? "max" : b->isMin() ? "min"
-             : "rnd";
-    }
-    if (const FunctionFloatTernary* t = node.getTernaryRef())
-        return t->isIf() ? "if" : "ternary";
+    if (const exprcurve::BuiltinOperation* row = exprcurve::builtinOperationOf(node))
+        return row->name;
+    if (const FunctionFloatHostCall* call = node.getHostCallRef())
+        return call->name + "  [host function]";
     return "node";
 }
 
@@ -131,6 +119,8 @@ void printTree(const FunctionFloatBase* root)
             children = {b->arg1, b->arg2};
         else if (const FunctionFloatTernary* t = node->getTernaryRef())
             children = {t->arg1, t->arg2, t->arg3};
+        else if (const FunctionFloatHostCall* call = node->getHostCallRef())
+            children.assign(call->arguments, call->arguments + call->arity);
         for (auto child = children.rbegin(); child != children.rend(); ++child)
             pending.emplace_back(*child, depth + 1);
     }
@@ -153,7 +143,7 @@ int runEval(const EvalOptions& options)
 
     ParseMessage message{};
     Tree tree(parser.parseString(options.expression, message));
-    if (hasFaults(message))
+    if (hasFaults(options.expression, message, options.warnings))
         return exitInputFaults;
 
     if (time == nullptr) {
@@ -168,7 +158,7 @@ int runEval(const EvalOptions& options)
     return exitOk;
 }
 
-int runTree(const std::string& expression)
+int runTree(const std::string& expression, bool warnings)
 {
     FunctionParserBase parser;
     VariableTable variables(parser);
@@ -176,10 +166,10 @@ int runTree(const std::string& expression)
     Tree tree = parseWithFreeNames(parser, variables, expression, message);
     std::cout << "normalised: " << message.text << '\n';
     printTree(tree.get());
-    return hasFaults(message) ? exitInputFaults : exitOk;
+    return hasFaults(expression, message, warnings) ? exitInputFaults : exitOk;
 }
 
-int runVars(const std::string& expression)
+int runVars(const std::string& expression, bool warnings)
 {
     FunctionParserBase parser;
     VariableTable variables(parser);
@@ -187,7 +177,7 @@ int runVars(const std::string& expression)
     Tree tree = parseWithFreeNames(parser, variables, expression, message);
     for (const FunctionParserBase::keyStruct* key : parser.getAllVars(tree.get()))
         std::cout << (key != nullptr ? key->name : std::string("(unregistered)")) << '\n';
-    return hasFaults(message) ? exitInputFaults : exitOk;
+    return hasFaults(expression, message, warnings) ? exitInputFaults : exitOk;
 }
 
 }  // namespace tool

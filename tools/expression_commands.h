@@ -11,11 +11,12 @@ struct EvalOptions {
     std::string expression;
     std::vector<std::string> assignments;  // NAME=VALUE
     std::string timeRange;                 // FROM:TO:STEP, or empty
+    bool warnings = true;                  // print what lint finds
 };
 
 int runEval(const EvalOptions& options);
-int runTree(const std::string& expression);
-int runVars(const std::string& expression);
+int runTree(const std::string& expression, bool warnings = true);
+int runVars(const std::string& expression, bool warnings = true);
 
 }  // namespace tool
 

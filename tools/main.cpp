@@ -46,17 +46,27 @@ int main(int argc, char** argv)
         ->type_name("NAME=VALUE");
     evalCommand->add_option("--time", eval.timeRange, "bind t and print a table over FROM:TO:STEP")
         ->type_name("FROM:TO:STEP");
-    evalCommand->callback([&] { status = runEval(eval); });
+    bool noWarnings = false;
+    const auto addWarningsOption = [&](CLI::App* command) {
+        command->add_flag("--no-warnings", noWarnings, "do not warn about texts that read differently here");
+    };
+    addWarningsOption(evalCommand);
+    evalCommand->callback([&] {
+        eval.warnings = !noWarnings;
+        status = runEval(eval);
+    });
 
     std::string treeExpression;
     CLI::App* treeCommand = app.add_subcommand("tree", "print how the language groups an expression");
     treeCommand->add_option("EXPR", treeExpression, "the expression; free names become variables")->required();
-    treeCommand->callback([&] { status = runTree(treeExpression); });
+    addWarningsOption(treeCommand);
+    treeCommand->callback([&] { status = runTree(treeExpression, !noWarnings); });
 
     std::string varsExpression;
     CLI::App* varsCommand = app.add_subcommand("vars", "list the variables an expression reads");
     varsCommand->add_option("EXPR", varsExpression, "the expression; free names become variables")->required();
-    varsCommand->callback([&] { status = runVars(varsExpression); });
+    addWarningsOption(varsCommand);
+    varsCommand->callback([&] { status = runVars(varsExpression, !noWarnings); });
 
     SampleOptions sample;
     CLI::App* sampleCommand = app.add_subcommand("sample", "print a curve's values as CSV");

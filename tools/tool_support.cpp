@@ -9,6 +9,8 @@
 #include <iostream>
 #include <sstream>
 
+#include "diagnostics.h"
+
 namespace tool {
 
 std::string formatNumber(double value)
@@ -192,40 +194,43 @@ void VariableTable::bindAssignment(const std::string& assignment)
 
 namespace {
 
-const char* faultName(int code)
+// At most this many entries are shown, then a count of the rest.
+constexpr std::size_t mostShown = 20;
+
+// The typed text on one line, with carets under the entry's bytes. Tabs and
+// line breaks print as spaces so that the carets stay under their bytes.
+void printWithCarets(const std::string& expression, const exprcurve::Diagnostic& entry)
 {
-    switch (code) {
-    case PARSE_BAD_OPERAND: return "unknown name or bad number";
-    case PARSE_BAD_BRACKET: return "stray bracket";
-    default: return "fault";
+    std::string line = expression;
+    std::replace_if(line.begin(), line.end(), [](char c) { return c == '\t' || c == '\n' || c == '\r'; }, ' ');
+    const std::size_t position = std::min(static_cast<std::size_t>(std::max(entry.position, 0)), line.size());
+    std::cerr << "  " << line << '\n'
+              << "  " << std::string(position, ' ') << '^'
+              << std::string(static_cast<std::size_t>(std::max(entry.length - 1, 0)), '~') << '\n';
+}
+
+void printEntries(const std::string& expression, const std::vector<exprcurve::Diagnostic>& entries,
+                  const char* kind, const char* plural)
+{
+    for (std::size_t i = 0; i < entries.size() && i < mostShown; ++i) {
+        const exprcurve::Diagnostic& entry = entries[i];
+        std::cerr << kind << ": column " << entry.position + 1 << ": " << entry.message << '\n';
+        printWithCarets(expression, entry);
     }
+    if (entries.size() > mostShown)
+        std::cerr << "... and " << entries.size() - mostShown << " more " << plural << '\n';
 }
 
 }  // namespace
 
-void reportFaults(const ParseMessage& message)
+void reportFaults(const std::string& expression, const ParseMessage& message)
 {
-    // The message keeps only the last fault's code; each fault's own kind
-    // follows from the text it points at, as the parser decides it.
-    std::cerr << "  " << message.text << '\n';
-    for (const auto& fault : message.errors) {
-        const int position = fault.first;
-        const int length = fault.second > 0 ? fault.second : 1;
-        std::cerr << "  " << std::string(static_cast<std::size_t>(position), ' ') << '^'
-                  << std::string(static_cast<std::size_t>(length - 1), '~') << '\n';
-    }
-    for (const auto& fault : message.errors) {
-        const bool bracket = fault.second == 1 && fault.first >= 0 &&
-                             static_cast<std::size_t>(fault.first) < message.text.size() &&
-                             std::string("(){}").find(message.text[fault.first]) != std::string::npos;
-        const int code = bracket ? PARSE_BAD_BRACKET : PARSE_BAD_OPERAND;
-        const std::size_t start = std::min(static_cast<std::size_t>(std::max(fault.first, 0)),
-                                           message.text.size());
-        std::cerr << "error: column " << fault.first + 1 << ", length " << fault.second << ": "
-                  << faultName(code) << " (code " << code << "): '"
-                  << message.text.substr(start, static_cast<std::size_t>(std::max(fault.second, 0)))
-                  << "'\n";
-    }
+    printEntries(expression, exprcurve::describeFaults(expression, message), "error", "faults");
+}
+
+void reportWarnings(const std::string& expression)
+{
+    printEntries(expression, exprcurve::lint(expression), "warning", "warnings");
 }
 
 }  // namespace tool

@@ -67,9 +67,11 @@ private:
     std::map<std::string, std::unique_ptr<double>> storage_;
 };
 
-// Prints the normalised text with a caret line under each fault and one
-// line per fault to stderr.
-void reportFaults(const ParseMessage& message);
+// Print to stderr, for each fault (each lint warning), a line that says what
+// is wrong and the expression as typed with carets under the place; at most
+// 20 of them, then a count of the rest.
+void reportFaults(const std::string& expression, const ParseMessage& message);
+void reportWarnings(const std::string& expression);
 
 }  // namespace tool
 

@@ -34,6 +34,9 @@ private:
     std::array<unsigned char, 256> ranks;
 };
 
+// The operator characters of the table of built-ins, loosest first.
+const OperatorRanks& builtinOperatorRanks();
+
 // The operator that splitAtOperator, asked for each ranked character from the
 // loosest on, would find first, found in one pass: the loosest one that
 // occurs outside brackets, at its leftmost place. `rank` gets its rank.
@@ -57,6 +60,14 @@ bool splitTwoArgumentCall(const brackets::EnclosureIndex& enclosure, std::string
 bool splitThreeArgumentCall(const brackets::EnclosureIndex& enclosure, std::string_view name,
                             std::string_view s, std::string_view& first, std::string_view& second,
                             std::string_view& third);
+
+// name(a,b,...) with the arguments split at every comma outside brackets;
+// `name()` has none. `count` gets their number, while `pieces` gets at most
+// `capacity` of them. The rest after the name must be wholly enclosed, and
+// its inner text may itself be (f((a,b)) has the one argument (a,b)).
+bool splitCallArguments(const brackets::EnclosureIndex& enclosure, std::string_view name,
+                        std::string_view s, std::string_view* pieces, std::size_t capacity,
+                        std::size_t& count);
 
 // name( ... : `argument` is everything after the name, still beginning with
 // "("; nothing checks what follows.

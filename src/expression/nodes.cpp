@@ -33,3 +33,20 @@ FunctionFloatTernary::~FunctionFloatTernary()
     deleteChild(arg2);
     deleteChild(arg1);
 }
+
+FunctionFloatHostCall::~FunctionFloatHostCall()
+{
+    for (unsigned int i = maxArguments; i-- > 0;)
+        deleteChild(arguments[i]);
+}
+
+double FunctionFloatHostCall::operator()() const
+{
+    assert(function);
+    double values[maxArguments];
+    for (unsigned int i = 0; i < arity; ++i) {
+        assert(arguments[i]);
+        values[i] = (*arguments[i])();
+    }
+    return function(values, context);
+}

@@ -5,10 +5,13 @@
 #include <utility>
 
 #include "brackets.h"
+#include "builtinoperations.h"
 #include "functionparserbase.h"
 #include "operator_location.h"
 
 namespace brackets = exprcurve::brackets;
+using exprcurve::BuiltinOperation;
+using exprcurve::builtinOperations;
 namespace finders = exprcurve::finders;
 
 namespace {
@@ -56,6 +59,19 @@ OperatorRanks::OperatorRanks(std::string_view loosestFirst)
     ranks.fill(static_cast<unsigned char>(unranked));
     for (std::size_t rank = loosestFirst.size(); rank-- > 0;)
         ranks[static_cast<unsigned char>(loosestFirst[rank])] = static_cast<unsigned char>(rank);
+}
+
+const OperatorRanks& builtinOperatorRanks()
+{
+    static const OperatorRanks ranks = [] {
+        std::string characters;
+        for (const BuiltinOperation& row : builtinOperations) {
+            if (row.isOperator)
+                characters += row.name;
+        }
+        return OperatorRanks(characters);
+    }();
+    return ranks;
 }
 
 bool splitAtLoosestOperator(const OperatorRanks& ranks, std::string_view s, std::size_t& rank,
@@ -114,6 +130,35 @@ bool splitThreeArgumentCall(const brackets::EnclosureIndex& enclosure, std::stri
     first = inner.substr(0, firstComma);
     second = afterFirst.substr(0, secondComma);
     third = afterFirst.substr(secondComma + 1);
+    return true;
+}
+
+bool splitCallArguments(const brackets::EnclosureIndex& enclosure, std::string_view name,
+                        std::string_view s, std::string_view* pieces, std::size_t capacity,
+                        std::size_t& count)
+{
+    if (!startsWithName(s, name))
+        return false;
+    const std::string_view rest = s.substr(name.size());
+    if (!enclosure.encloses(rest))
+        return false;
+    const std::string_view inner = rest.substr(1, rest.size() - 2);
+    count = 0;
+    if (inner.empty())
+        return true;
+    std::size_t start = 0;
+    const auto take = [&](std::size_t end) {
+        if (count < capacity)
+            pieces[count] = inner.substr(start, end - start);
+        ++count;
+        start = end + 1;
+    };
+    brackets::scanOutsideBrackets(inner, [&](std::size_t position) {
+        if (inner[position] == ',')
+            take(position);
+        return false;
+    });
+    take(inner.size());
     return true;
 }
 

@@ -5,6 +5,7 @@
 
 #include "brackets.h"
 #include "functionparserbase.h"
+#include "normalisation.h"
 #include "numberreading.h"
 
 namespace brackets = exprcurve::brackets;
@@ -30,21 +31,41 @@ struct NormaliserState {
 };
 
 // The appenders write through `out`, which has room for two characters per
-// input character: each one yields at most itself and one "*".
+// input character: each one yields at most itself and one "*". `track` learns
+// where each written character comes from (see normalisation.h); firstParse
+// passes one that forgets it.
+template <class Track>
+struct Writer {
+    char* out;
+    Track& track;
+    std::size_t source = 0;  // the input character being worked on
+
+    void copy(char c)
+    {
+        *out++ = c;
+        track.written(source, false);
+    }
+    void insertStar()
+    {
+        *out++ = '*';
+        track.written(source, true);
+    }
+};
 
 // `isLetter`: c is a letter rather than a digit.
-void appendAlnum(char c, bool isLetter, NormaliserState& state, char*& out)
+template <class Track>
+void appendAlnum(char c, bool isLetter, NormaliserState& state, Writer<Track>& writer)
 {
     if (state.pendingSpace && state.prevAlnum) {
-        *out++ = '*';
+        writer.insertStar();
         state.inNumber = false;
     } else if (state.inNumber && isLetter) {
-        *out++ = '*';
+        writer.insertStar();
         state.inNumber = false;
     } else if (state.afterClose) {
-        *out++ = '*';
+        writer.insertStar();
     }
-    *out++ = isLetter ? lowerByte(c) : c;  // case mapping leaves digits alone
+    writer.copy(isLetter ? lowerByte(c) : c);  // case mapping leaves digits alone
     state.prevAlnum = true;
     if (isLetter)
         state.hasAlpha = true;
@@ -54,9 +75,10 @@ void appendAlnum(char c, bool isLetter, NormaliserState& state, char*& out)
     state.afterClose = false;
 }
 
-void appendOther(char c, NormaliserState& state, char*& out)
+template <class Track>
+void appendOther(char c, NormaliserState& state, Writer<Track>& writer)
 {
-    *out++ = c;
+    writer.copy(c);
     state.afterClose = brackets::isCloser(c);
     state.prevAlnum = false;
     state.hasAlpha = false;
@@ -64,27 +86,56 @@ void appendOther(char c, NormaliserState& state, char*& out)
     state.pendingSpace = false;
 }
 
+template <class Track>
+std::string normalise(std::string_view expression, Track& track)
+{
+    std::string normalised(2 * expression.size(), '\0');
+    Writer<Track> writer{normalised.data(), track};
+    NormaliserState state;
+    for (; writer.source < expression.size(); ++writer.source) {
+        const char c = expression[writer.source];
+        if (brackets::isOpener(c) && ((state.inNumber && !state.hasAlpha) || state.afterClose))
+            writer.insertStar();
+        const bool isDigit = isDigitByte(c);
+        const bool isLetter = !isDigit && isAlphaByte(c);
+        if (isDigit || isLetter)
+            appendAlnum(c, isLetter, state, writer);
+        else if (isSpaceByte(c))
+            state.pendingSpace = true;
+        else
+            appendOther(c, state, writer);
+    }
+    normalised.resize(static_cast<std::size_t>(writer.out - normalised.data()));
+    return normalised;
+}
+
+struct ForgetOrigins {
+    void written(std::size_t, bool) {}
+};
+
+struct RecordOrigins {
+    exprcurve::normalisation::Origins& origins;
+    void written(std::size_t source, bool inserted)
+    {
+        origins.source.push_back(static_cast<int>(source));
+        origins.inserted.push_back(inserted);
+    }
+};
+
 }  // namespace
 
 std::string FunctionParserBase::firstParse(const std::string& expression)
 {
-    std::string normalised(2 * expression.size(), '\0');
-    char* out = normalised.data();
-    NormaliserState state;
-    for (const char c : expression) {
-        if (brackets::isOpener(c) && ((state.inNumber && !state.hasAlpha) || state.afterClose))
-            *out++ = '*';
-        const bool isDigit = isDigitByte(c);
-        const bool isLetter = !isDigit && isAlphaByte(c);
-        if (isDigit || isLetter)
-            appendAlnum(c, isLetter, state, out);
-        else if (isSpaceByte(c))
-            state.pendingSpace = true;
-        else
-            appendOther(c, state, out);
-    }
-    normalised.resize(static_cast<std::size_t>(out - normalised.data()));
-    return normalised;
+    ForgetOrigins forget;
+    return normalise(expression, forget);
+}
+
+exprcurve::normalisation::Origins exprcurve::normalisation::normaliseWithOrigins(std::string_view typed)
+{
+    Origins origins;
+    RecordOrigins record{origins};
+    origins.text = normalise(typed, record);
+    return origins;
 }
 
 bool FunctionParserBase::startsWith(const std::string& s, const std::string& prefix)

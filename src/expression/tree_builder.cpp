@@ -21,6 +21,7 @@
 #include <string_view>
 
 #include "brackets.h"
+#include "builtinoperations.h"
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
 #include "numberreading.h"
@@ -39,84 +40,14 @@ namespace numbers = exprcurve::numbers;
 
 namespace {
 
-template <class Base, class Node>
-Base* create()
-{
-    return new Node;
-}
+using exprcurve::BuiltinOperation;
+using exprcurve::builtinOperations;
 
-struct BinaryOperatorForm {
-    functionType type;
-    FunctionFloatBinary* (*create)();
-};
+// The operator rows lead the table of built-ins, loosest first: the first
+// operator found outside brackets splits the text, and its rank is its row.
+const BuiltinOperation& operatorRow(std::size_t rank) { return builtinOperations[rank]; }
 
-// Loosest first: the first operator found outside brackets splits the text.
-const BinaryOperatorForm binaryOperatorForms[] = {
-    {FT_OR, create<FunctionFloatBinary, FunctionFloatOr>},
-    {FT_AND, create<FunctionFloatBinary, FunctionFloatAnd>},
-    {FT_EQL, create<FunctionFloatBinary, FunctionFloatEql>},
-    {FT_GRT, create<FunctionFloatBinary, FunctionFloatGrt>},
-    {FT_LSS, create<FunctionFloatBinary, FunctionFloatLss>},
-    {FT_ADD, create<FunctionFloatBinary, FunctionFloatAdd>},
-    {FT_SUB, create<FunctionFloatBinary, FunctionFloatSub>},
-    {FT_MUL, create<FunctionFloatBinary, FunctionFloatMul>},
-    {FT_DIV, create<FunctionFloatBinary, FunctionFloatDiv>},
-    {FT_POW, create<FunctionFloatBinary, FunctionFloatPow>},
-};
-
-// The characters of binaryOperatorForms, ranked in the same order.
-const finders::OperatorRanks& binaryOperatorRanks()
-{
-    static const finders::OperatorRanks ranks = [] {
-        std::string characters;
-        for (const BinaryOperatorForm& form : binaryOperatorForms)
-            characters += tableInfo[form.type].opChar;
-        return finders::OperatorRanks(characters);
-    }();
-    return ranks;
-}
-
-struct TwoArgumentForm {
-    std::string_view name;
-    FunctionFloatBinary* (*create)();
-};
-
-const TwoArgumentForm twoArgumentForms[] = {
-    {"max", create<FunctionFloatBinary, FunctionFloatMax>},
-    {"min", create<FunctionFloatBinary, FunctionFloatMin>},
-};
-
-struct OneArgumentForm {
-    std::string_view name;
-    FunctionFloatUnary* (*create)();  // null for "rnd", which builds the random node
-};
-
-// Longer names come before their prefixes ("log10" before "log", "cosh"
-// before "cos"), since a call form only needs the name and "(" to match.
-const OneArgumentForm oneArgumentForms[] = {
-    {"exp", create<FunctionFloatUnary, FunctionFloatExp>},
-    {"log10", create<FunctionFloatUnary, FunctionFloatL10>},
-    {"log", create<FunctionFloatUnary, FunctionFloatLog>},
-    {"rnd", nullptr},
-    {"abs", create<FunctionFloatUnary, FunctionFloatAbs>},
-    {"sqrt", create<FunctionFloatUnary, FunctionFloatSqrt>},
-    {"acos", create<FunctionFloatUnary, FunctionFloatACos>},
-    {"asin", create<FunctionFloatUnary, FunctionFloatASin>},
-    {"atan", create<FunctionFloatUnary, FunctionFloatATan>},
-    {"cosh", create<FunctionFloatUnary, FunctionFloatCosH>},
-    {"sinh", create<FunctionFloatUnary, FunctionFloatSinH>},
-    {"tanh", create<FunctionFloatUnary, FunctionFloatTanH>},
-    {"cos", create<FunctionFloatUnary, FunctionFloatCos>},
-    {"sin", create<FunctionFloatUnary, FunctionFloatSin>},
-    {"tan", create<FunctionFloatUnary, FunctionFloatTan>},
-    {"ceil", create<FunctionFloatUnary, FunctionFloatCeil>},
-    {"floor", create<FunctionFloatUnary, FunctionFloatFloor>},
-    {"j0", create<FunctionFloatUnary, FunctionFloatJ0>},
-    {"j1", create<FunctionFloatUnary, FunctionFloatJ1>},
-    {"not", create<FunctionFloatUnary, FunctionFloatNeg>},
-};
-
-constexpr std::string_view ifName = "if";
+constexpr std::string_view randomName = "rnd";
 
 // The random node reads its position from the time key.
 constexpr std::string_view timeKeyText = "t";
@@ -199,11 +130,15 @@ private:
     std::size_t count = 0;
 };
 
-// What a level's text is: the form found and the texts of its operands.
+// What a level's text is: the form found and the texts of its operands. A
+// host call keeps its arguments in the text until it is built: a level's
+// frame holds room for three operands only.
 struct Form {
-    enum Kind { operand, binaryOperator, ifCall, twoArgumentCall, oneArgumentCall };
+    enum Kind { operand, binaryOperator, builtinCall, hostCall };
     Kind kind = operand;
-    std::size_t row = 0;  // in the kind's table (binaryOperatorForms, ...)
+    std::size_t row = 0;  // of the table of built-ins; a host call's argument count
+    const FunctionParserBase::HostFunctionEntry* host = nullptr;
+    std::string_view name;  // of a call
     std::array<std::string_view, 3> operands{};
 };
 
@@ -223,11 +158,15 @@ private:
     EXPRCURVE_NOINLINE Form formOf(std::string_view t, std::size_t loosestPossible) const;
     bool operandsAreLeaves(const Form& form) const;
     FunctionFloatBase* buildForm(const Form& form, std::string_view t);
+    bool splitsAsCall(Form& form, std::string_view t) const;
+    std::size_t hostCallArguments(const Form& form, std::string_view t, std::string_view* pieces) const;
     FunctionFloatBase* buildOperator(const Form& form);
-    FunctionFloatBase* buildIf(const Form& form);
-    FunctionFloatBase* buildTwoArgumentCall(const Form& form);
-    FunctionFloatBase* buildOneArgumentCall(const Form& form, std::string_view t);
-    FunctionFloatBase* buildRandom(std::string_view argument);
+    FunctionFloatBase* buildBuiltinCall(const Form& form, std::string_view t);
+    FunctionFloatBase* buildOneArgumentCall(const BuiltinOperation& row, const Form& form, std::string_view t);
+    FunctionFloatBase* buildRandom(const BuiltinOperation& row, std::string_view argument);
+    FunctionFloatBase* buildHostCall(const Form& form, std::string_view t);
+    void buildListedArguments(std::string_view name, const std::string_view* pieces,
+                              FunctionFloatBase** const* slots, std::size_t count);
     EXPRCURVE_NOINLINE FunctionFloatBase* buildOperand(std::string_view t);
     EXPRCURVE_NOINLINE FunctionFloatBase* cutOff(std::string_view t);
 
@@ -273,38 +212,47 @@ Form TreeBuilder::formOf(std::string_view t, std::size_t loosestPossible) const
 {
     Form form;
     std::array<std::string_view, 3>& operands = form.operands;
-    if (finders::splitAtLoosestOperator(binaryOperatorRanks(), t, form.row, operands[0], operands[1],
+    if (finders::splitAtLoosestOperator(finders::builtinOperatorRanks(), t, form.row, operands[0], operands[1],
                                         loosestPossible)) {
         form.kind = Form::binaryOperator;
         return form;
     }
     // A call form's name stands right before a bracket, so only the form of
     // the call name can match, and none in a text without brackets.
-    const std::string_view callName = callNameOf(t);
-    if (callName.size() == t.size())
-        return form;
-    if (callName == ifName &&
-        finders::splitThreeArgumentCall(enclosureOf(t), ifName, t, operands[0], operands[1], operands[2])) {
-        form.kind = Form::ifCall;
-        return form;
-    }
-    for (std::size_t row = 0; row < std::size(twoArgumentForms); ++row) {
-        const std::string_view name = twoArgumentForms[row].name;
-        if (callName == name && finders::splitTwoArgumentCall(enclosureOf(t), name, t, operands[0], operands[1])) {
-            form.kind = Form::twoArgumentCall;
-            form.row = row;
-            return form;
-        }
-    }
-    for (std::size_t row = 0; row < std::size(oneArgumentForms); ++row) {
-        const std::string_view name = oneArgumentForms[row].name;
-        if (callName == name && finders::splitOneArgumentCall(name, t, operands[0])) {
-            form.kind = Form::oneArgumentCall;
-            form.row = row;
-            return form;
-        }
-    }
+    form.name = callNameOf(t);
+    if (form.name.size() < t.size() && !splitsAsCall(form, t))
+        form.kind = Form::operand;
     return form;
+}
+
+// Built-in names come first; a host's function can never shadow one, so a
+// built-in form that does not fit leaves the text to the operand rules.
+bool TreeBuilder::splitsAsCall(Form& form, std::string_view t) const
+{
+    std::array<std::string_view, 3>& operands = form.operands;
+    if (const BuiltinOperation* row = exprcurve::findBuiltinFunction(form.name)) {
+        const std::string_view name = row->name;
+        const bool fits =
+            row->arity == 1   ? finders::splitOneArgumentCall(name, t, operands[0])
+            : row->arity == 2 ? finders::splitTwoArgumentCall(enclosureOf(t), name, t, operands[0], operands[1])
+                              : finders::splitThreeArgumentCall(enclosureOf(t), name, t, operands[0], operands[1],
+                                                                operands[2]);
+        form.kind = Form::builtinCall;
+        form.row = static_cast<std::size_t>(row - builtinOperations);
+        return fits;
+    }
+    form.host = parser.findFunction(form.name);
+    form.kind = Form::hostCall;
+    return form.host && finders::splitCallArguments(enclosureOf(t), form.name, t, nullptr, 0, form.row);
+}
+
+// The arguments of a host call, into `pieces` (room for the most a host
+// function takes); their number, which may be more.
+std::size_t TreeBuilder::hostCallArguments(const Form& form, std::string_view t, std::string_view* pieces) const
+{
+    std::size_t count = 0;
+    finders::splitCallArguments(enclosureOf(t), form.name, t, pieces, FunctionFloatHostCall::maxArguments, count);
+    return count;
 }
 
 // Whether every operand of the form is read as one operand, so that building
@@ -312,6 +260,8 @@ Form TreeBuilder::formOf(std::string_view t, std::size_t loosestPossible) const
 // are empty texts, which are operands too.
 bool TreeBuilder::operandsAreLeaves(const Form& form) const
 {
+    if (form.kind == Form::hostCall)
+        return false;  // cut whole, which is also what a wrong count gives
     for (std::size_t i = 0; i < form.operands.size(); ++i) {
         const std::string_view s = form.operands[i];
         const std::size_t pairs = enclosureOf(s).countEnclosingPairs(s);
@@ -328,12 +278,10 @@ FunctionFloatBase* TreeBuilder::buildForm(const Form& form, std::string_view t)
     switch (form.kind) {
     case Form::binaryOperator:
         return buildOperator(form);
-    case Form::ifCall:
-        return buildIf(form);
-    case Form::twoArgumentCall:
-        return buildTwoArgumentCall(form);
-    case Form::oneArgumentCall:
-        return buildOneArgumentCall(form, t);
+    case Form::builtinCall:
+        return buildBuiltinCall(form, t);
+    case Form::hostCall:
+        return buildHostCall(form, t);
     default:
         return buildOperand(t);
     }
@@ -341,62 +289,95 @@ FunctionFloatBase* TreeBuilder::buildForm(const Form& form, std::string_view t)
 
 FunctionFloatBase* TreeBuilder::buildOperator(const Form& form)
 {
-    std::unique_ptr<FunctionFloatBinary> node(binaryOperatorForms[form.row].create());
-    node->arg1 = build(form.operands[0], form.row + 1);
+    std::unique_ptr<FunctionFloatBase> node(operatorRow(form.row).create());
+    FunctionFloatBinary& binary = static_cast<FunctionFloatBinary&>(*node);
+    binary.arg1 = build(form.operands[0], form.row + 1);
     message.position += 1;  // the operator
-    node->arg2 = build(form.operands[1], form.row);
+    binary.arg2 = build(form.operands[1], form.row);
     return node.release();
 }
 
-FunctionFloatBase* TreeBuilder::buildIf(const Form& form)
+// Each node is created before its arguments are parsed: random nodes draw
+// their tables in the order they are created.
+FunctionFloatBase* TreeBuilder::buildBuiltinCall(const Form& form, std::string_view t)
 {
-    message.position += length(ifName) + 1;  // name and "("
-    std::unique_ptr<FunctionFloatTernary> node(new FunctionFloatIf);
-    node->arg1 = build(form.operands[0]);
-    message.position += 1;  // ","
-    node->arg2 = build(form.operands[1]);
-    message.position += 1;  // ","
-    node->arg3 = build(form.operands[2]);
-    message.position += 1;  // ")"
+    const BuiltinOperation& row = builtinOperations[form.row];
+    if (row.arity == 1)
+        return buildOneArgumentCall(row, form, t);
+    std::unique_ptr<FunctionFloatBase> node(row.create());
+    if (row.arity == 2) {
+        FunctionFloatBinary& binary = static_cast<FunctionFloatBinary&>(*node);
+        FunctionFloatBase** const slots[] = {&binary.arg1, &binary.arg2};
+        buildListedArguments(row.name, form.operands.data(), slots, 2);
+    } else {
+        FunctionFloatTernary& ternary = static_cast<FunctionFloatTernary&>(*node);
+        FunctionFloatBase** const slots[] = {&ternary.arg1, &ternary.arg2, &ternary.arg3};
+        buildListedArguments(row.name, form.operands.data(), slots, 3);
+    }
     return node.release();
 }
 
-FunctionFloatBase* TreeBuilder::buildTwoArgumentCall(const Form& form)
+FunctionFloatBase* TreeBuilder::buildOneArgumentCall(const BuiltinOperation& row, const Form& form,
+                                                     std::string_view t)
 {
-    const TwoArgumentForm& call = twoArgumentForms[form.row];
-    message.position += length(call.name) + 1;  // name and "("
-    std::unique_ptr<FunctionFloatBinary> node(call.create());
-    node->arg1 = build(form.operands[0]);
-    message.position += 1;  // ","
-    node->arg2 = build(form.operands[1]);
-    message.position += 1;  // ")"
-    return node.release();
-}
-
-FunctionFloatBase* TreeBuilder::buildOneArgumentCall(const Form& form, std::string_view t)
-{
-    const OneArgumentForm& call = oneArgumentForms[form.row];
-    const bool isRandom = !call.create;
+    const bool isRandom = row.name == randomName;
     // A random node past the parser's bound is refused like a cut: its table
     // is what makes it costly, so none is built.
     if (isRandom && randomNodes >= parser.maxRandomNodes)
         return cutOff(t);
     // The argument keeps its brackets; they are counted when it is parsed.
-    message.position += length(call.name);
+    message.position += length(row.name);
     if (isRandom)
-        return buildRandom(form.operands[0]);
-    std::unique_ptr<FunctionFloatUnary> node(call.create());
-    node->arg = build(form.operands[0]);
+        return buildRandom(row, form.operands[0]);
+    std::unique_ptr<FunctionFloatBase> node(row.create());
+    static_cast<FunctionFloatUnary&>(*node).arg = build(form.operands[0]);
     return node.release();
 }
 
-FunctionFloatBase* TreeBuilder::buildRandom(std::string_view argument)
+FunctionFloatBase* TreeBuilder::buildRandom(const BuiltinOperation& row, std::string_view argument)
 {
-    std::unique_ptr<FunctionFloatBinary> node(new FunctionFloatRnd);
+    std::unique_ptr<FunctionFloatBase> node(row.create());
     ++randomNodes;
-    node->arg1 = build(argument);
-    node->arg2 = build(timeKeyText);
+    FunctionFloatBinary& random = static_cast<FunctionFloatBinary&>(*node);
+    random.arg1 = build(argument);
+    random.arg2 = build(timeKeyText);
     return node.release();
+}
+
+// A host function called with another number of arguments than it takes is
+// one fault over the whole call, and nothing inside it is parsed: the cut's
+// fault.
+FunctionFloatBase* TreeBuilder::buildHostCall(const Form& form, std::string_view t)
+{
+    if (form.row != form.host->arity)
+        return cutOff(t);
+    std::string_view pieces[FunctionFloatHostCall::maxArguments];
+    const std::size_t count = hostCallArguments(form, t, pieces);
+    auto node = std::make_unique<FunctionFloatHostCall>();
+    node->name = std::string(form.name);
+    node->function = form.host->function;
+    node->context = form.host->context;
+    node->arity = form.host->arity;
+    FunctionFloatBase** slots[FunctionFloatHostCall::maxArguments];
+    for (std::size_t i = 0; i < count; ++i)
+        slots[i] = &node->arguments[i];
+    buildListedArguments(form.name, pieces, slots, count);
+    return node.release();
+}
+
+// name(a,b,...): the name and "(", each argument and the comma after it,
+// then ")". Each argument goes into its slot as soon as it is built, so the
+// node owns whatever was built if a later argument fails.
+void TreeBuilder::buildListedArguments(std::string_view name, const std::string_view* pieces,
+                                       FunctionFloatBase** const* slots, std::size_t count)
+{
+    message.position += length(name) + 1;  // name and "("
+    for (std::size_t i = 0; i < count; ++i) {
+        if (i > 0)
+            message.position += 1;  // ","
+        *slots[i] = build(pieces[i]);
+    }
+    message.position += 1;  // ")"
 }
 
 FunctionFloatBase* TreeBuilder::buildOperand(std::string_view t)
@@ -444,7 +425,9 @@ FunctionFloatBase* TreeBuilder::numberOrFault(std::string_view name)
     return new FunctionFloatConstant(value);
 }
 
-// The whole text of a form that is not built: one constant 0, one fault.
+// The whole text of a form that is not built (past the depth limit or the
+// random nodes' bound, or a host call with a wrong count): one constant 0,
+// one fault.
 FunctionFloatBase* TreeBuilder::cutOff(std::string_view t)
 {
     message.atStart = false;

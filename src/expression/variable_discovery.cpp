@@ -76,6 +76,10 @@ std::vector<Binding> distinctBindings(const FunctionFloatBase* root)
         } else if (node->isTernary()) {
             const FunctionFloatTernary& ternary = *node->getTernaryRef();
             pending.insert(pending.end(), {ternary.arg3, ternary.arg2, ternary.arg1});
+        } else if (node->isHostCall()) {
+            const FunctionFloatHostCall& call = *node->getHostCallRef();
+            for (unsigned int i = call.arity; i-- > 0;)
+                pending.push_back(call.arguments[i]);
         } else if (bindingOf(*node, binding) && seen.insert(binding).second) {
             bindings.push_back(binding);
         }

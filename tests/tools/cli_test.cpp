@@ -84,25 +84,59 @@ protected:
     std::string folder;
 };
 
-TEST_F(ToolTest, EvalPrintsValuesAndMarksFaultsUnderTheNormalisedText)
+TEST_F(ToolTest, EvalPrintsValuesAndMarksFaultsUnderTheTypedText)
 {
     char expected[40];
     std::snprintf(expected, sizeof expected, "%.17g\n", 1.0 * 3 + 0.1);
     const ToolRun value = run({"eval", "max(a,b)*3+0.1", "--set", "a=1", "--set", "B=0.5"});
     EXPECT_EQ(value.status, 0) << value.err;
     EXPECT_EQ(value.out, expected);
+    EXPECT_EQ(value.err, "");  // nothing to warn about
     EXPECT_EQ(run({"eval", "2*t", "--time", "0:1:0.5"}).out, "t,value\n0,0\n0.5,1\n1,2\n");
 
-    const ToolRun names = run({"eval", "Foo + bar"});
+    const ToolRun names = run({"eval", "Foo +  bar"});
     EXPECT_EQ(names.status, 1);
     EXPECT_EQ(names.out, "");
-    EXPECT_NE(names.err.find("  foo+bar\n  ^~~\n      ^~~\n"), std::string::npos) << names.err;
-    EXPECT_NE(names.err.find("column 5, length 3: unknown name or bad number (code 1)"), std::string::npos);
+    EXPECT_NE(names.err.find("error: column 1: unknown name 'foo'\n  Foo +  bar\n  ^~~\n"), std::string::npos)
+        << names.err;
+    EXPECT_NE(names.err.find("error: column 8: unknown name 'bar'\n  Foo +  bar\n         ^~~\n"), std::string::npos)
+        << names.err;
 
-    const ToolRun bracket = run({"eval", "sin(x))", "--set", "x=1"});
+    const ToolRun bracket = run({"eval", "sine(x)", "--set", "x=1"});
     EXPECT_EQ(bracket.status, 1);
-    EXPECT_NE(bracket.err.find("  sin(x))\n       ^\n"), std::string::npos) << bracket.err;
-    EXPECT_NE(bracket.err.find("(code 3)"), std::string::npos);
+    EXPECT_NE(bracket.err.find("error: column 7: unknown function 'sine' (did you mean 'sinh' or 'sin'?)\n"
+                               "  sine(x)\n        ^\n"),
+              std::string::npos)
+        << bracket.err;
+}
+
+TEST_F(ToolTest, WarningsComeFromLintUnlessTurnedOff)
+{
+    const ToolRun warned = run({"eval", "8/4/2 + 1e-5"});
+    EXPECT_EQ(warned.status, 0) << warned.err;
+    EXPECT_NE(warned.err.find("warning: column 1: '8/4/2' groups to the right here: 8/(4/2); write (8/4)/2"),
+              std::string::npos)
+        << warned.err;
+    EXPECT_NE(warned.err.find("warning: column 9: '1e-5' is no number in exponent notation here"), std::string::npos);
+    const ToolRun quiet = run({"eval", "8/4/2 + 1e-5", "--no-warnings"});
+    EXPECT_EQ(quiet.out, warned.out);
+    EXPECT_EQ(quiet.err, "");
+    EXPECT_EQ(run({"tree", "a>=b", "--no-warnings"}).err, "");
+    EXPECT_NE(run({"vars", "a>=b"}).err.find("'>=' is '>' then '='"), std::string::npos);
+}
+
+TEST_F(ToolTest, AtMostTwentyFaultsAreShown)
+{
+    std::string text = "f0";
+    for (int i = 1; i < 25; ++i)
+        text += "+f" + std::to_string(i) + "(1)";
+    const ToolRun many = run({"eval", text, "--no-warnings"});
+    EXPECT_EQ(many.status, 1);
+    std::size_t shown = 0;
+    for (std::size_t at = many.err.find("error: "); at != std::string::npos; at = many.err.find("error: ", at + 1))
+        ++shown;
+    EXPECT_EQ(shown, 20u) << many.err;
+    EXPECT_NE(many.err.find("... and 5 more faults"), std::string::npos) << many.err;
 }
 
 TEST_F(ToolTest, TreeShowsRightGroupingAndVarsListsFirstAppearance)
