@@ -1,9 +1,11 @@
 #include "curve_commands.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
-#include <fstream>
 #include <iostream>
 
+#include "curve_files.h"
 #include "curve_sampling.h"
 #include "svg_plot.h"
 
@@ -15,13 +17,14 @@ CurveSampler::CurveSampler(SplineBase& curve, const ExpressionInput& expression)
     if (expression.expression.empty())
         return;
     FunctionParserBase& parser = FunctionParserBase::instance();
+    parser.maxRandomNodes = maxRandomNodes;
     variables_ = std::make_unique<VariableTable>(parser);
     time_ = &variables_->bind("t", 0.0);
     scaledTime_ = &variables_->bind("f", 0.0);
     ParseMessage message{};
     expression_.reset(parser.parseString(expression.expression, message));
     if (!message.errors.empty()) {
-        std::cerr << "exprcurve: the expression has faults:\n";
+        std::cerr << errorPrefix << "the expression has faults:\n";
         reportFaults(expression.expression, message);
         throw Failure(exitInputFaults, "cannot evaluate a faulty expression");
     }
@@ -40,6 +43,8 @@ double CurveSampler::operator()(double time)
 
 std::vector<double> CurveSampler::sample(const std::vector<double>& times)
 {
+    if (!expression_)
+        return curve_.sample(times);
     std::vector<double> values;
     values.reserve(times.size());
     for (double t : times)
@@ -49,20 +54,41 @@ std::vector<double> CurveSampler::sample(const std::vector<double>& times)
 
 std::unique_ptr<SplineBase> loadCurve(const CurveInput& input)
 {
-    return loadCurve(input.path, curveFormatFor(input.path, input.format), input.version);
+    if (input.oldLayoutOption != 0 && input.layout != newestBinaryLayout && input.layout != input.oldLayoutOption)
+        throw Failure(exitUsage, "--layout and --version name different layouts");
+    const unsigned int layout = input.oldLayoutOption != 0 ? input.oldLayoutOption : input.layout;
+    return loadCurve(input.path, curveFormatFor(input.path, input.format), layout);
 }
 
 namespace {
 
-// The curve's own range, or [0, 1] for an empty curve.
-void pointRange(const SplineBase& curve, double& first, double& last)
+// The range of the points with a finite time, or [0, 1] for a curve without
+// any. False when there is none.
+bool pointRange(const SplineBase& curve, double& first, double& last)
 {
+    first = INFINITY;
+    last = -INFINITY;
+    for (const PointInfo* point : curve.controlPoints) {
+        if (std::isfinite(point->time)) {
+            first = std::min(first, point->time);
+            last = std::max(last, point->time);
+        }
+    }
+    if (first <= last)
+        return true;
     first = 0.0;
     last = 1.0;
-    if (!curve.controlPoints.empty()) {
-        first = curve.controlPoints.front()->time;
-        last = curve.controlPoints.back()->time;
-    }
+    return false;
+}
+
+double finiteOption(const std::string& text, const char* name, double fallback)
+{
+    if (text.empty())
+        return fallback;
+    const double value = parseNumber(text, name);
+    if (!std::isfinite(value))
+        throw Failure(exitUsage, std::string(name) + " must be a finite number, not '" + text + "'");
+    return value;
 }
 
 std::vector<double> sampleTimes(const SampleOptions& options, const SplineBase& curve)
@@ -75,23 +101,53 @@ std::vector<double> sampleTimes(const SampleOptions& options, const SplineBase& 
     }
     double first, last;
     pointRange(curve, first, last);
-    const double from = options.from.empty() ? first : parseNumber(options.from, "--from");
-    const double to = options.to.empty() ? last : parseNumber(options.to, "--to");
+    const double from = finiteOption(options.from, "--from", first);
+    const double to = finiteOption(options.to, "--to", last);
     const double step = options.step.empty() ? (to > from ? (to - from) / 20.0 : 1.0)
                                              : parseNumber(options.step, "--step");
     return timesBetween(from, to, step);
+}
+
+// Two samples per pixel column, and at each point in view and just before
+// it, so that corners and jumps are drawn where they are.
+std::vector<double> plotTimes(const SplineBase& curve, double from, double to)
+{
+    std::vector<double> times;
+    const int count = static_cast<int>(2 * plotAreaWidth());
+    for (int i = 0; i <= count; ++i)
+        times.push_back(from + (to - from) * i / count);
+    for (const PointInfo* point : curve.controlPoints) {
+        if (point->time > from && point->time <= to) {
+            times.push_back(std::nextafter(point->time, -INFINITY));
+            times.push_back(point->time);
+        }
+    }
+    std::sort(times.begin(), times.end());
+    times.erase(std::unique(times.begin(), times.end()), times.end());
+    return times;
+}
+
+std::string fileName(const std::string& path)
+{
+    if (path == "-")
+        return "standard input";
+    const std::size_t slash = path.find_last_of('/');
+    return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
 }  // namespace
 
 int runSample(const SampleOptions& options)
 {
+    checkPrecision(options.precision);
     std::unique_ptr<SplineBase> curve = loadCurve(options.input);
     const std::vector<double> times = sampleTimes(options, *curve);
     CurveSampler sampler(*curve, options.expression);
+    const std::vector<double> values = sampler.sample(times);
     std::cout << "time,value\n";
-    for (double t : times)
-        std::cout << formatNumber(t) << ',' << formatNumber(sampler(t)) << '\n';
+    for (std::size_t i = 0; i < times.size(); ++i)
+        std::cout << formatNumber(times[i], options.precision) << ',' << formatNumber(values[i], options.precision)
+                  << '\n';
     return exitOk;
 }
 
@@ -109,39 +165,53 @@ int runPlot(const PlotOptions& options)
 {
     std::unique_ptr<SplineBase> curve = loadCurve(options.input);
     double first, last;
-    pointRange(*curve, first, last);
+    const bool hasFiniteTimes = pointRange(*curve, first, last);
     // By default show half the curve's length on either side, so that the
     // out-of-range modes are visible.
     const double margin = last > first ? (last - first) * 0.5 : 1.0;
-    const double from = options.from.empty() ? first - margin : parseNumber(options.from, "--from");
-    const double to = options.to.empty() ? last + margin : parseNumber(options.to, "--to");
-    if (!(to > from))
-        throw Failure(exitUsage, "the plot range ends before it starts");
+    const double from = finiteOption(options.from, "--from", first - margin);
+    const double to = finiteOption(options.to, "--to", last + margin);
+    if (!(to > from) || !std::isfinite(to - from))
+        throw Failure(exitUsage, "the plot range must be finite and end after it starts");
 
     PlotData data;
-    constexpr int sampleCount = 1200;
-    for (int i = 0; i <= sampleCount; ++i)
-        data.times.push_back(from + (to - from) * i / sampleCount);
+    data.times = plotTimes(*curve, from, to);
     CurveSampler sampler(*curve, options.expression);
     data.values = sampler.sample(data.times);
-    data.firstPointTime = first;
-    data.lastPointTime = last;
-    for (const PointInfo* point : curve->controlPoints)
-        data.controlPoints.emplace_back(point->time, point->value);
-    const std::size_t slash = options.input.path.find_last_of('/');
-    data.title = slash == std::string::npos ? options.input.path : options.input.path.substr(slash + 1);
+    data.hasPoints = !curve->controlPoints.empty();
+    // Without a finite time the curve has no inside to draw solid.
+    data.firstPointTime = hasFiniteTimes ? first : INFINITY;
+    data.lastPointTime = hasFiniteTimes ? last : -INFINITY;
+    std::size_t notFinite = 0;
+    for (const PointInfo* point : curve->controlPoints) {
+        if (std::isfinite(point->time) && std::isfinite(point->value))
+            data.controlPoints.emplace_back(point->time, point->value);
+        else
+            ++notFinite;
+    }
+    data.title = fileName(options.input.path);
     data.notes.push_back(std::to_string(curve->controlPoints.size()) + " control points; before: " +
                          extrapolationName(curve->preExtrapolation) +
                          ", after: " + extrapolationName(curve->postExtrapolation));
+    if (!data.hasPoints)
+        data.notes.push_back("default value " + formatNumber(curve->defaultValue));
+    if (notFinite > 0)
+        data.notes.push_back(std::to_string(notFinite) + (notFinite == 1 ? " control point" : " control points") +
+                             " with a time or value that is not finite" + (hasFiniteTimes ? "" : " (all of them)") +
+                             (notFinite == 1 ? " is" : " are") + " not drawn");
     if (!options.expression.expression.empty())
         data.notes.push_back("plus " + options.expression.expression + " (f = t * " +
                              formatNumber(options.expression.scale) + ")");
 
-    std::ofstream out(options.outputPath);
-    if (!out)
+    const std::string svg = renderSvg(data);
+    std::FILE* out = options.outputPath == "-" ? stdout : std::fopen(options.outputPath.c_str(), "w");
+    if (out == nullptr)
         throw Failure(exitUsage, options.outputPath + ": cannot open for writing");
-    out << renderSvg(data);
-    if (!out)
+    bool written = std::fwrite(svg.data(), 1, svg.size(), out) == svg.size();
+    written = std::fflush(out) == 0 && written;
+    if (out != stdout)
+        written = std::fclose(out) == 0 && written;
+    if (!written)
         throw Failure(exitUsage, options.outputPath + ": write failed");
     return exitOk;
 }

@@ -7,11 +7,12 @@
 
 namespace tool {
 
-// How a curve file is read.
+// How a curve file is read; "-" is standard input.
 struct CurveInput {
     std::string path;
-    std::string format;  // "text", "binary" or empty (by extension)
-    unsigned int version = 3027;
+    std::string format;           // "text", "binary" or empty (by extension)
+    unsigned int layout = 3027;   // of a binary file
+    unsigned int oldLayoutOption = 0;  // the same, given by its former name; 0 when not given
 };
 
 // An expression of "t" and "f" evaluated together with the curve.
@@ -25,20 +26,21 @@ struct SampleOptions {
     ExpressionInput expression;
     std::string from, to, step;  // empty when not given
     std::string times;           // T1,T2,... or empty
+    int precision = 0;           // significant digits; 0: shortest exact
 };
 
 struct ConvertOptions {
     CurveInput input;
-    std::string outputPath;
+    std::string outputPath;    // "-" is standard output
     std::string outputFormat;  // "text", "binary" or empty
-    int precision = 17;
+    int precision = 17;        // of numbers in a text file: 17 reads back exactly
 };
 
 struct PlotOptions {
     CurveInput input;
     ExpressionInput expression;
     std::string from, to;
-    std::string outputPath;
+    std::string outputPath;  // "-" is standard output
 };
 
 int runSample(const SampleOptions& options);

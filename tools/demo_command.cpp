@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "curve_commands.h"
+#include "curve_files.h"
 #include "tool_support.h"
 
 namespace tool {
@@ -80,7 +81,7 @@ int runDemo(const std::string& requestedFolder)
 
     // Sample the curve as read back from disk, so the table shows what the
     // file holds.
-    std::unique_ptr<SplineBase> loaded = loadCurve(textPath, CurveFormat::text, newestBinaryVersion);
+    std::unique_ptr<SplineBase> loaded = loadCurve(textPath, CurveFormat::text, newestBinaryLayout);
     std::printf("A curve with every segment kind (before: %s, after: %s)\n\n",
                 extrapolationName(loaded->preExtrapolation), extrapolationName(loaded->postExtrapolation));
     std::printf("%8s  %20s  %s\n", "time", "value", "segment");
@@ -97,7 +98,7 @@ int runDemo(const std::string& requestedFolder)
     runPlot(plot);
 
     std::printf("\nwrote %s (text), %s (binary, version %u) and %s (plot)\n", textPath.c_str(),
-                binaryPath.c_str(), newestBinaryVersion, plotPath.c_str());
+                binaryPath.c_str(), newestBinaryLayout, plotPath.c_str());
     return exitOk;
 }
 

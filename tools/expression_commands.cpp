@@ -24,7 +24,7 @@ bool hasFaults(const std::string& expression, const ParseMessage& message, bool 
         reportWarnings(expression);
     if (message.errors.empty())
         return false;
-    std::cerr << "exprcurve: the expression has " << message.errors.size()
+    std::cerr << errorPrefix << "the expression has " << message.errors.size()
               << (message.errors.size() == 1 ? " fault:\n" : " faults:\n");
     reportFaults(expression, message);
     return true;
@@ -64,10 +64,17 @@ private:
     FunctionParserBase& parser_;
 };
 
+// A parser as the tool's commands use it: the tool reads text from anyone.
+void boundRandomNodes(FunctionParserBase& parser)
+{
+    parser.maxRandomNodes = maxRandomNodes;
+}
+
 // Parses with every free name bound to a double variable of value 0.
 Tree parseWithFreeNames(FunctionParserBase& parser, VariableTable& variables,
                         const std::string& expression, ParseMessage& message)
 {
+    boundRandomNodes(parser);
     NameCollector collector(parser);
     parser.setVarMapper(&collector);
     Tree probe(parser.parseString(expression, message));
@@ -89,6 +96,9 @@ std::string nodeLabel(const FunctionFloatBase& node)
     if (kind != nullptr) {
         FunctionFloatBase& leaf = const_cast<FunctionFloatBase&>(node);
         const std::string name = leaf.getString();
+        const FunctionFloatVariableFloat* constant = node.getVariableFloatRef();
+        if (constant != nullptr && isBuiltInConstantAddress(constant->control))
+            return name + "  [constant " + formatNumber(node()) + "]";
         return (name.empty() ? std::string("(unnamed)") : name) + "  [" + kind + " variable]";
     }
     if (const exprcurve::BuiltinOperation* row = exprcurve::builtinOperationOf(node))
@@ -130,7 +140,9 @@ void printTree(const FunctionFloatBase* root)
 
 int runEval(const EvalOptions& options)
 {
+    checkPrecision(options.precision);
     FunctionParserBase parser;
+    boundRandomNodes(parser);
     VariableTable variables(parser);
     for (const std::string& assignment : options.assignments)
         variables.bindAssignment(assignment);
@@ -147,13 +159,13 @@ int runEval(const EvalOptions& options)
         return exitInputFaults;
 
     if (time == nullptr) {
-        std::cout << formatNumber((*tree)()) << '\n';
+        std::cout << formatNumber((*tree)(), options.precision) << '\n';
         return exitOk;
     }
     std::cout << "t,value\n";
     for (double t : times) {
         *time = t;
-        std::cout << formatNumber(t) << ',' << formatNumber((*tree)()) << '\n';
+        std::cout << formatNumber(t, options.precision) << ',' << formatNumber((*tree)(), options.precision) << '\n';
     }
     return exitOk;
 }
@@ -175,8 +187,12 @@ int runVars(const std::string& expression, bool warnings)
     VariableTable variables(parser);
     ParseMessage message{};
     Tree tree = parseWithFreeNames(parser, variables, expression, message);
-    for (const FunctionParserBase::keyStruct* key : parser.getAllVars(tree.get()))
-        std::cout << (key != nullptr ? key->name : std::string("(unregistered)")) << '\n';
+    for (const FunctionParserBase::keyStruct* key : parser.getAllVars(tree.get())) {
+        if (key == nullptr)
+            std::cout << "(unregistered)\n";
+        else
+            std::cout << key->name << (isBuiltInConstant(*key) ? "  (built-in constant)" : "") << '\n';
+    }
     return hasFaults(expression, message, warnings) ? exitInputFaults : exitOk;
 }
 

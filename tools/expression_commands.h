@@ -11,6 +11,7 @@ struct EvalOptions {
     std::string expression;
     std::vector<std::string> assignments;  // NAME=VALUE
     std::string timeRange;                 // FROM:TO:STEP, or empty
+    int precision = 0;                     // significant digits; 0: shortest exact
     bool warnings = true;                  // print what lint finds
 };
 

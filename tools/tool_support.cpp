@@ -1,11 +1,10 @@
 #include "tool_support.h"
 
 #include <algorithm>
-#include <cerrno>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <iostream>
 #include <sstream>
 
@@ -13,42 +12,38 @@
 
 namespace tool {
 
-std::string formatNumber(double value)
+std::string formatNumber(double value, int precision)
 {
-    char buffer[40];
-    std::snprintf(buffer, sizeof buffer, "%.17g", value);
-    return buffer;
+    if (std::isnan(value))
+        return "nan";
+    char buffer[64];
+    if (precision > 0) {
+        std::snprintf(buffer, sizeof buffer, "%.*g", precision, value);
+        return buffer;
+    }
+    const std::to_chars_result written = std::to_chars(buffer, buffer + sizeof buffer, value);
+    return std::string(buffer, written.ptr);
 }
 
-double parseNumber(const std::string& text, const std::string& what)
+void checkPrecision(int precision)
 {
-    const char* begin = text.c_str();
-    char* end = nullptr;
-    errno = 0;
-    const double value = std::strtod(begin, &end);
-    if (text.empty() || end != begin + text.size() || std::isspace(static_cast<unsigned char>(text[0])))
-        throw Failure(exitUsage, what + ": '" + text + "' is not a number");
-    return value;
-}
-
-std::vector<double> timesBetween(double from, double to, double step)
-{
-    if (!(step > 0.0))
-        throw Failure(exitUsage, "the step must be a positive number");
-    if (!(to >= from))
-        throw Failure(exitUsage, "the range ends before it starts");
-    // Times are computed from the start, not accumulated, so they do not
-    // drift; the small slack keeps TO itself when the step divides the range.
-    const double count = std::floor((to - from) / step * (1.0 + 1e-12)) + 1.0;
-    if (count > 1e7)
-        throw Failure(exitUsage, "the range holds more than 10 million times");
-    std::vector<double> times;
-    for (long i = 0; i < static_cast<long>(count); ++i)
-        times.push_back(from + static_cast<double>(i) * step);
-    return times;
+    if (precision < 0 || precision > 17)
+        throw Failure(exitUsage, "--precision must be 0 (the shortest exact form) or lie between 1 and 17");
 }
 
 namespace {
+
+bool isBlank(char c) { return c == ' ' || c == '\t'; }
+
+std::string trimmed(const std::string& text)
+{
+    std::size_t first = 0, last = text.size();
+    while (first < last && isBlank(text[first]))
+        ++first;
+    while (last > first && isBlank(text[last - 1]))
+        --last;
+    return text.substr(first, last - first);
+}
 
 std::vector<std::string> split(const std::string& text, char separator)
 {
@@ -63,6 +58,38 @@ std::vector<std::string> split(const std::string& text, char separator)
 }
 
 }  // namespace
+
+double parseNumber(const std::string& text, const std::string& what)
+{
+    const std::string number = trimmed(text);
+    const char* begin = number.c_str();
+    char* end = nullptr;
+    const double value = std::strtod(begin, &end);
+    if (number.empty() || end != begin + number.size())
+        throw Failure(exitUsage, what + ": '" + text + "' is not a number");
+    return value;
+}
+
+std::vector<double> timesBetween(double from, double to, double step)
+{
+    if (!std::isfinite(from) || !std::isfinite(to))
+        throw Failure(exitUsage, "the range must have finite ends, not " + formatNumber(from) + " and " +
+                                     formatNumber(to));
+    if (!(step > 0.0) || !std::isfinite(step))
+        throw Failure(exitUsage, "the step must be a positive finite number, not " + formatNumber(step));
+    if (!(to >= from))
+        throw Failure(exitUsage, "the range ends before it starts");
+    // Times are computed from the start, not accumulated, so they do not
+    // drift; the small slack keeps TO itself when the step divides the range.
+    // The span may overflow to infinity, which the limit catches.
+    const double count = std::floor((to - from) / step * (1.0 + 1e-12)) + 1.0;
+    if (!(count <= 1e7))
+        throw Failure(exitUsage, "the range holds more than 10 million times");
+    std::vector<double> times;
+    for (long i = 0; i < static_cast<long>(count); ++i)
+        times.push_back(from + static_cast<double>(i) * step);
+    return times;
+}
 
 std::vector<double> parseTimeRange(const std::string& range)
 {
@@ -83,101 +110,16 @@ std::vector<double> parseTimeList(const std::string& list)
     return times;
 }
 
-namespace {
-
-bool endsWith(const std::string& s, const std::string& suffix)
-{
-    return s.size() >= suffix.size() && s.compare(s.size() - suffix.size(), suffix.size(), suffix) == 0;
-}
-
-}  // namespace
-
-CurveFormat curveFormatFor(const std::string& path, const std::string& option)
-{
-    if (option == "text")
-        return CurveFormat::text;
-    if (option == "binary")
-        return CurveFormat::binary;
-    if (!option.empty())
-        throw Failure(exitUsage, "unknown format '" + option + "' (use text or binary)");
-    if (endsWith(path, ".curve") || endsWith(path, ".txt"))
-        return CurveFormat::text;
-    if (endsWith(path, ".kvb") || endsWith(path, ".bin"))
-        return CurveFormat::binary;
-    throw Failure(exitUsage, path + ": cannot tell the format from the name; name it .curve/.txt "
-                             "(text) or .kvb/.bin (binary), or give the format option");
-}
-
-std::unique_ptr<SplineBase> loadCurve(const std::string& path, CurveFormat format,
-                                      unsigned int version)
-{
-    if (format == CurveFormat::text) {
-        std::ifstream in(path);
-        if (!in)
-            throw Failure(exitUsage, path + ": cannot open for reading");
-        std::unique_ptr<SplineBase> curve(SplineBase::load(in));
-        if (in.fail())
-            throw Failure(exitInputFaults, path + ": not a complete curve text file (read " +
-                                               std::to_string(curve->controlPoints.size()) +
-                                               " points before the data ended or went wrong)");
-        return curve;
-    }
-    FILE* file = std::fopen(path.c_str(), "rb");
-    if (file == nullptr)
-        throw Failure(exitUsage, path + ": cannot open for reading");
-    auto curve = std::make_unique<SplineBase>();
-    curve->load(file, version);
-    const bool failed = std::ferror(file) != 0 || std::feof(file) != 0;
-    std::fclose(file);
-    if (failed)
-        throw Failure(exitInputFaults,
-                      path + ": not a complete binary curve file of version " +
-                          std::to_string(version) + " (read " +
-                          std::to_string(curve->controlPoints.size()) + " points)");
-    return curve;
-}
-
-void saveCurve(SplineBase& curve, const std::string& path, CurveFormat format, int precision)
-{
-    if (format == CurveFormat::text) {
-        std::ofstream out(path);
-        if (!out)
-            throw Failure(exitUsage, path + ": cannot open for writing");
-        out.precision(precision);
-        SplineBase::save(curve, out);
-        if (!out)
-            throw Failure(exitUsage, path + ": write failed");
-        return;
-    }
-    FILE* file = std::fopen(path.c_str(), "wb");
-    if (file == nullptr)
-        throw Failure(exitUsage, path + ": cannot open for writing");
-    curve.save(file);
-    const bool failed = std::ferror(file) != 0;
-    if (std::fclose(file) != 0 || failed)
-        throw Failure(exitUsage, path + ": write failed");
-}
-
-const char* extrapolationName(int mode)
-{
-    switch (mode) {
-    case kv_spline::EXTRAPOLATE_ZERO: return "zero";
-    case kv_spline::EXTRAPOLATE_CONSTANT: return "constant";
-    case kv_spline::EXTRAPOLATE_CYCLE: return "cycle";
-    case kv_spline::EXTRAPOLATE_CYCLE_OFFSET: return "cycle with offset";
-    case kv_spline::EXTRAPOLATE_LINEAR: return "linear";
-    default: return "unknown code";
-    }
-}
-
 double& VariableTable::bind(const std::string& name, double value)
 {
     const std::string key = parser_.toLowerString(name);
     auto found = storage_.find(key);
     if (found == storage_.end()) {
+        if (parser_.getKey(key) != nullptr)
+            throw Failure(exitUsage, "'" + name + "' is already a key of the parser" +
+                                         (key == "pi" || key == "e" || key == "epsilon" ? " (a built-in constant)" : ""));
         found = storage_.emplace(key, std::make_unique<double>(value)).first;
-        if (!parser_.insertKey(key, found->second.get()))
-            throw Failure(exitUsage, "'" + name + "' is already a key of the parser");
+        parser_.insertKey(key, found->second.get());
     }
     *found->second = value;
     return *found->second;
@@ -194,8 +136,31 @@ void VariableTable::bindAssignment(const std::string& assignment)
 
 namespace {
 
-// At most this many entries are shown, then a count of the rest.
-constexpr std::size_t mostShown = 20;
+// The constants' keys as every parser starts with them.
+const FunctionParserBase& freshParser()
+{
+    static const FunctionParserBase parser;
+    return parser;
+}
+
+}  // namespace
+
+bool isBuiltInConstantAddress(const void* address)
+{
+    for (const auto& entry : freshParser().keyMap) {
+        if (entry.second.ptr == address)
+            return true;
+    }
+    return false;
+}
+
+bool isBuiltInConstant(const FunctionParserBase::keyStruct& key)
+{
+    const auto found = freshParser().keyMap.find(key.name);
+    return found != freshParser().keyMap.end() && found->second.ptr == key.ptr && found->second.type == key.type;
+}
+
+namespace {
 
 // The typed text on one line, with carets under the entry's bytes. Tabs and
 // line breaks print as spaces so that the carets stay under their bytes.
@@ -204,21 +169,21 @@ void printWithCarets(const std::string& expression, const exprcurve::Diagnostic&
     std::string line = expression;
     std::replace_if(line.begin(), line.end(), [](char c) { return c == '\t' || c == '\n' || c == '\r'; }, ' ');
     const std::size_t position = std::min(static_cast<std::size_t>(std::max(entry.position, 0)), line.size());
-    std::cerr << "  " << line << '\n'
-              << "  " << std::string(position, ' ') << '^'
+    std::cerr << errorPrefix << "  " << line << '\n'
+              << errorPrefix << "  " << std::string(position, ' ') << '^'
               << std::string(static_cast<std::size_t>(std::max(entry.length - 1, 0)), '~') << '\n';
 }
 
 void printEntries(const std::string& expression, const std::vector<exprcurve::Diagnostic>& entries,
                   const char* kind, const char* plural)
 {
-    for (std::size_t i = 0; i < entries.size() && i < mostShown; ++i) {
+    for (std::size_t i = 0; i < entries.size() && i < maxReportedFaults; ++i) {
         const exprcurve::Diagnostic& entry = entries[i];
-        std::cerr << kind << ": column " << entry.position + 1 << ": " << entry.message << '\n';
+        std::cerr << errorPrefix << kind << ": column " << entry.position + 1 << ": " << entry.message << '\n';
         printWithCarets(expression, entry);
     }
-    if (entries.size() > mostShown)
-        std::cerr << "... and " << entries.size() - mostShown << " more " << plural << '\n';
+    if (entries.size() > maxReportedFaults)
+        std::cerr << errorPrefix << "... and " << entries.size() - maxReportedFaults << " more " << plural << '\n';
 }
 
 }  // namespace

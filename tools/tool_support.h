@@ -1,8 +1,9 @@
-// Shared pieces of the command-line tool: exit codes, failures, number
-// parsing, curve files and a small key table for host variables.
+// Shared pieces of the command-line tool: exit codes, failures, numbers,
+// time lists, and a small key table for host variables.
 #ifndef EXPRCURVE_TOOLS_TOOL_SUPPORT_H
 #define EXPRCURVE_TOOLS_TOOL_SUPPORT_H
 
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <stdexcept>
@@ -10,11 +11,13 @@
 #include <vector>
 
 #include "functionparserbase.h"
-#include "splinebase.h"
 
 namespace tool {
 
 enum ExitStatus { exitOk = 0, exitInputFaults = 1, exitUsage = 2 };
+
+// Every line the tool writes to stderr starts with this.
+constexpr const char* errorPrefix = "exprcurve: ";
 
 // Thrown by a command; main() prints "exprcurve: <message>" and exits with
 // `status`.
@@ -26,32 +29,31 @@ struct Failure : std::runtime_error {
     ExitStatus status;
 };
 
-// A double with all 17 significant digits, so that it reads back exactly.
-std::string formatNumber(double value);
+// The tool binds no more random nodes than this in one expression: each
+// costs 80 KB and its construction time, and the tool reads text from anyone.
+constexpr std::size_t maxRandomNodes = 1000;
 
-// A whole-string decimal number (strtod syntax); `what` names it in errors.
+// A fault report shows this many faults, then only their count.
+constexpr std::size_t maxReportedFaults = 20;
+
+// `precision` 0: the shortest text that reads back to the same double
+// ("0.3"); otherwise that many significant digits. NaN is "nan" whatever
+// its sign, the infinities "inf" and "-inf".
+std::string formatNumber(double value, int precision = 0);
+// The --precision option's value: 0 (shortest) or 1 to 17.
+void checkPrecision(int precision);
+
+// A whole-string decimal number (strtod syntax, surrounding blanks allowed);
+// `what` names it in errors.
 double parseNumber(const std::string& text, const std::string& what);
 
 // FROM:TO:STEP into the list of times FROM, FROM+STEP, ... up to TO.
 std::vector<double> parseTimeRange(const std::string& range);
-// FROM, TO and STEP into a list of times; STEP must be positive.
+// FROM, TO and STEP into a list of times: finite bounds, a positive finite
+// step, at most 10 million times.
 std::vector<double> timesBetween(double from, double to, double step);
-// T1,T2,... into a list of times.
+// T1,T2,... (blanks after the commas allowed) into a list of times.
 std::vector<double> parseTimeList(const std::string& list);
-
-// ---- curve files
-enum class CurveFormat { text, binary };
-constexpr unsigned int newestBinaryVersion = 3027;
-
-// "text"/"binary", or empty to decide by the file's extension: .curve and
-// .txt are text, .kvb and .bin are binary. Anything else is a usage error.
-CurveFormat curveFormatFor(const std::string& path, const std::string& option);
-
-std::unique_ptr<SplineBase> loadCurve(const std::string& path, CurveFormat format,
-                                      unsigned int version);
-void saveCurve(SplineBase& curve, const std::string& path, CurveFormat format, int precision);
-
-const char* extrapolationName(int mode);
 
 // ---- host variables bound by name, as a host program would bind them
 class VariableTable {
@@ -67,9 +69,14 @@ private:
     std::map<std::string, std::unique_ptr<double>> storage_;
 };
 
+// "pi", "e" and "epsilon": the keys every parser starts with, bound to the
+// library's own constants rather than to a host's variables.
+bool isBuiltInConstant(const FunctionParserBase::keyStruct& key);
+bool isBuiltInConstantAddress(const void* address);
+
 // Print to stderr, for each fault (each lint warning), a line that says what
 // is wrong and the expression as typed with carets under the place; at most
-// 20 of them, then a count of the rest.
+// maxReportedFaults of them, then a count of the rest.
 void reportFaults(const std::string& expression, const ParseMessage& message);
 void reportWarnings(const std::string& expression);
 

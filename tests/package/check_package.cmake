@@ -15,6 +15,9 @@ run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${PREFIX})
 if(EXISTS ${PREFIX}/include/exprcurve/private)
   message(FATAL_ERROR "private headers were installed")
 endif()
+if(NOT EXISTS ${PREFIX}/share/doc/exprcurve/LICENSE)
+  message(FATAL_ERROR "the LICENSE file was not installed")
+endif()
 
 run(${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${WORK_DIR}/build -DCMAKE_PREFIX_PATH=${PREFIX}
     -DCMAKE_CXX_COMPILER=${CXX})

@@ -1,0 +1,120 @@
+// Costs of the inputs a host that parses untrusted text has to plan for.
+//
+// - variable discovery over a tree reading many distinct keys, beside the
+//   plain definition (merging the children's lists and scanning the key table
+//   per leaf); the counter `plain_over_library` is the ratio of the two, both
+//   timed in this run;
+// - parsing a text of grouped rnd(1) calls with and without a bound on the
+//   random nodes (each node builds a 10,000-sample table, 80 KB);
+// - parsing chains and nestings that reach the depth limit.
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "functionfloatbase.h"
+#include "functionparserbase.h"
+#include "plain_variable_discovery.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double secondsSince(Clock::time_point start)
+{
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+// A balanced sum over leaves[first, last), so that no level is deep.
+FunctionFloatBase* balancedSum(const std::vector<double>& cells, std::size_t first, std::size_t last)
+{
+    if (last - first == 1)
+        return new FunctionFloatVariableDouble(&cells[first]);
+    auto* node = new FunctionFloatAdd;
+    const std::size_t middle = first + (last - first) / 2;
+    node->arg1 = balancedSum(cells, first, middle);
+    node->arg2 = balancedSum(cells, middle, last);
+    return node;
+}
+
+void variableDiscovery(benchmark::State& state)
+{
+    const std::size_t keys = static_cast<std::size_t>(state.range(0));
+    std::vector<double> cells(keys);
+    FunctionParserBase parser;
+    for (std::size_t i = 0; i < keys; ++i)
+        parser.insertKey("k" + std::to_string(i), &cells[i]);
+    const std::unique_ptr<FunctionFloatBase> root(balancedSum(cells, 0, keys));
+
+    const Clock::time_point plainStart = Clock::now();
+    benchmark::DoNotOptimize(plain_variable_discovery::allVars(parser, root.get()).data());
+    const double plainSeconds = secondsSince(plainStart);
+
+    const Clock::time_point libraryStart = Clock::now();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(parser.getAllVars(root.get()).data());
+    const double librarySeconds = secondsSince(libraryStart) / static_cast<double>(state.iterations());
+    state.counters["plain_over_library"] = plainSeconds / librarySeconds;
+}
+
+BENCHMARK(variableDiscovery)->Arg(1000)->Arg(16000)->Unit(benchmark::kMillisecond);
+
+// `calls` rnd(1) calls added up in balanced groups, so that no level is deep:
+// about 9 bytes of text per call.
+std::string groupedRandomCalls(std::size_t calls)
+{
+    if (calls == 1)
+        return "rnd(1)";
+    return "(" + groupedRandomCalls(calls / 2) + "+" + groupedRandomCalls(calls - calls / 2) + ")";
+}
+
+// Arguments: the number of calls and the bound (0: none). Without a bound a
+// text of 342 KiB (38,000 calls) takes 3 GB, so the unbounded case is
+// measured on a tenth of it.
+void parseRandomCalls(benchmark::State& state)
+{
+    const std::size_t calls = static_cast<std::size_t>(state.range(0));
+    const std::string text = groupedRandomCalls(calls);
+    double t = 0.0;
+    FunctionParserBase parser;
+    parser.insertKey("t", &t);
+    if (state.range(1) > 0)
+        parser.maxRandomNodes = static_cast<std::size_t>(state.range(1));
+    ParseMessage message{};
+    for (auto _ : state)
+        delete parser.parseString(text, message);
+    state.counters["KiB"] = static_cast<double>(text.size()) / 1024.0;
+    state.counters["nodes_built"] = static_cast<double>(calls - message.errors.size());
+}
+
+BENCHMARK(parseRandomCalls)->Args({38000, 1000})->Args({3800, 0})->Unit(benchmark::kMillisecond)->Iterations(1);
+
+// Texts at and beyond the depth limit: parse, evaluate and delete.
+void parseDeepText(benchmark::State& state, std::string open, std::string close)
+{
+    const int levels = static_cast<int>(state.range(0));
+    std::string text;
+    for (int i = 0; i < levels; ++i)
+        text += open;
+    text += "x";
+    for (int i = 0; i < levels; ++i)
+        text += close;
+    double x = 0.5;
+    FunctionParserBase parser;
+    parser.insertKey("x", &x);
+    ParseMessage message{};
+    for (auto _ : state) {
+        const std::unique_ptr<FunctionFloatBase> root(parser.parseString(text, message));
+        benchmark::DoNotOptimize((*root)());
+    }
+}
+
+BENCHMARK_CAPTURE(parseDeepText, chain, std::string("x+"), std::string())
+    ->Arg(FunctionParserBase::maxParseDepth)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(parseDeepText, calls, std::string("sin("), std::string(")"))
+    ->Arg(FunctionParserBase::maxParseDepth)->Arg(100000)->Unit(benchmark::kMillisecond);
+
+}  // namespace
