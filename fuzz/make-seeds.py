@@ -107,3 +107,11 @@ programs = {
 }
 for name, program in programs.items():
     write("fuzz_curve_edit", name, program)
+
+
+# ---- fuzz_c_api: the format byte, an expression text, a zero byte, a curve file.
+for i, (points, pre, post) in enumerate(curves):
+    text = texts[i % len(texts)].encode()
+    write("fuzz_c_api", "text%d" % i, b"\x00" + text + b"\x00" + text_file(points, pre, post))
+    write("fuzz_c_api", "bin3027_%d" % i, b"\x03" + text + b"\x00" + binary_file(points, pre, post, 3027))
+write("fuzz_c_api", "text_only", b"\x00" + b"if(x>0.5,sin(x),y^2)*n+b")

@@ -9,7 +9,7 @@ corpus_dir=$2
 seconds=$3
 shift 3
 targets=("$@")
-[ ${#targets[@]} -gt 0 ] || targets=(fuzz_expression fuzz_curve_load fuzz_curve_edit)
+[ ${#targets[@]} -gt 0 ] || targets=(fuzz_expression fuzz_curve_load fuzz_curve_edit fuzz_c_api)
 
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1:${ASAN_OPTIONS:-}"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1:${UBSAN_OPTIONS:-}"

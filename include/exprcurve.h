@@ -96,7 +96,8 @@ typedef struct exprcurve_point {
 
 exprcurve_curve* exprcurve_curve_new(void);
 void exprcurve_curve_free(exprcurve_curve* curve);
-/* A curve of its own with copies of every point, the modes and the default. */
+/* A curve of its own: copies of every point in the same order (points at equal
+ * times included), the modes and the default value. */
 exprcurve_curve* exprcurve_curve_copy(const exprcurve_curve* curve);
 
 /* Points are kept in time order: a new point goes before any point at the

@@ -7,6 +7,7 @@
 
 #include "boundary.h"
 #include "curve_files.h"
+#include "exact_copy.h"
 #include "exprcurve.h"
 #include "splinebase.h"
 
@@ -80,9 +81,7 @@ exprcurve_curve* exprcurve_curve_copy(const exprcurve_curve* curve)
         if (curve == nullptr)
             return failWith<exprcurve_curve*>(nullptr, nullCurve);
         auto copy = std::make_unique<exprcurve_curve>();
-        copy->curve.copy(curve->curve);
-        copy->curve.defaultValue = curve->curve.defaultValue;
-        copy->curve.curveFlag = curve->curve.curveFlag;
+        exprcurve::copyExactly(curve->curve, copy->curve);
         return copy.release();
     });
 }

@@ -18,6 +18,7 @@
 
 #include "bindings.h"
 #include "curve_files.h"
+#include "exact_copy.h"
 #include "splinebase.h"
 
 namespace exprcurve_python {
@@ -190,8 +191,7 @@ py::array_t<double> sample(const Curve& curve, const py::handle& given)
 std::unique_ptr<Curve> copyOf(const Curve& curve)
 {
     auto copy = std::make_unique<Curve>();
-    copy->spline.copy(curve.spline);
-    copy->spline.defaultValue = curve.spline.defaultValue;
+    exprcurve::copyExactly(curve.spline, copy->spline);
     return copy;
 }
 

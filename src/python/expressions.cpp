@@ -110,11 +110,14 @@ py::array_t<double> Expression::evaluate(const py::kwargs& arrays) const
     py::array_t<double> results(in.shape);
     double* out = results.mutable_data();
     std::vector<double> saved;
-    for (double* address : in.addresses)
-        saved.push_back(*address);
+    std::vector<const double*> columns;
+    for (std::size_t column = 0; column < in.addresses.size(); ++column) {
+        saved.push_back(*in.addresses[column]);
+        columns.push_back(in.arrays[column].data());
+    }
     for (std::size_t row = 0; row < in.rows; ++row) {
-        for (std::size_t column = 0; column < in.addresses.size(); ++column)
-            *in.addresses[column] = in.arrays[column].data()[row];
+        for (std::size_t column = 0; column < columns.size(); ++column)
+            *in.addresses[column] = columns[column][row];
         out[row] = compiled();
     }
     for (std::size_t column = 0; column < in.addresses.size(); ++column)

@@ -189,8 +189,12 @@ static void curves(void)
     CHECK(!exprcurve_curve_remove_point(curve, 2));
     CHECK(exprcurve_curve_point_count(curve) == 2);
 
-    /* A copy is independent of its source. */
+    /* A copy is independent of its source, and keeps points at equal times
+     * in their order. */
+    exprcurve_curve_add_point(curve, 1.0, 30.0, EXPRCURVE_LINEAR);
     copy = exprcurve_curve_copy(curve);
+    CHECK(exprcurve_curve_get_point(copy, 1, &point) && point.value == 30.0);
+    CHECK(exprcurve_curve_remove_point(copy, 1));
     exprcurve_curve_clear(curve);
     CHECK(exprcurve_curve_point_count(curve) == 0);
     CHECK_SAME(exprcurve_curve_evaluate(copy, 0.25), 2.5);

@@ -129,7 +129,10 @@ def test_kinds_and_modes_by_name_enum_or_code():
 
 def test_default_value_and_copies():
     c = every_kind_curve()
+    c.add_point(2.0, 5.0)  # before the point already at 2: copies keep that order
     twin = copy.copy(c)
+    assert twin.points.tobytes() == c.points.tobytes()
+    twin.remove_point(3)
     c.clear()
     c.default_value = 2.5
     assert c(1.0) == 2.5 and len(twin) == 6
