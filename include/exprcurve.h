@@ -78,6 +78,28 @@ double exprcurve_evaluate(const exprcurve_expression* expression);
 
 size_t exprcurve_fault_count(const exprcurve_expression* expression);
 
+/* One bound variable's values for a batch: `variable` is the address that
+ * was bound (a double, float, int or bool), `values` points to one value of
+ * that same type per row. */
+typedef struct exprcurve_column {
+    const void* variable;
+    const void* values;
+} exprcurve_column;
+
+/* results[i] = the expression's value while every listed variable holds its
+ * i-th value; unlisted variables are read as usual. Nothing is written to
+ * the variables, so several threads may run batches of one expression at
+ * once. Returns 0 only for null arguments or when memory runs out. */
+int exprcurve_evaluate_batch(const exprcurve_expression* expression, size_t rows,
+                             const exprcurve_column* columns, size_t column_count,
+                             double* results);
+
+/* Expressions run machine code generated for them where the platform allows
+ * (x86-64 Linux), else an interpreter, with the same results either way.
+ * Process-wide, on at start; expressions parsed later follow the setting. */
+void exprcurve_set_native_code_allowed(int allowed);
+int exprcurve_expression_uses_native_code(const exprcurve_expression* expression);
+
 /* ---- curves */
 /* One control point, every field a curve keeps. */
 typedef struct exprcurve_point {

@@ -129,4 +129,31 @@ size_t exprcurve_fault_count(const exprcurve_expression* expression)
     return expression == nullptr ? 0 : expression->faults.size();
 }
 
+int exprcurve_evaluate_batch(const exprcurve_expression* expression, size_t rows,
+                             const exprcurve_column* columns, size_t column_count,
+                             double* results)
+{
+    return guarded(0, [&] {
+        if (expression == nullptr || (rows != 0 && results == nullptr) ||
+            (column_count != 0 && columns == nullptr))
+            return failWith(0, "null expression, columns or results");
+        std::vector<exprcurve::Column> library;
+        library.reserve(column_count);
+        for (size_t i = 0; i < column_count; ++i)
+            library.push_back(exprcurve::Column{columns[i].variable, columns[i].values});
+        expression->compiled.evaluate(rows, library.data(), library.size(), results);
+        return 1;
+    });
+}
+
+void exprcurve_set_native_code_allowed(int allowed)
+{
+    exprcurve::CompiledExpression::setNativeCodeAllowed(allowed != 0);
+}
+
+int exprcurve_expression_uses_native_code(const exprcurve_expression* expression)
+{
+    return expression != nullptr && expression->compiled.usesNativeCode() ? 1 : 0;
+}
+
 }  // extern "C"

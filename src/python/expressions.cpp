@@ -101,27 +101,20 @@ Expression::Inputs Expression::inputs(const py::kwargs& arrays) const
     return in;
 }
 
-// Each row writes its values into the bound variables, evaluates and puts
-// the variables back afterwards, all under the interpreter lock, so no other
-// Python thread sees the rows' values.
+// The batch writes nothing to the variables, so it runs without the
+// interpreter lock and other Python threads go on meanwhile.
 py::array_t<double> Expression::evaluate(const py::kwargs& arrays) const
 {
-    Inputs in = inputs(arrays);
+    const Inputs in = inputs(arrays);
+    std::vector<exprcurve::Column> columns;
+    for (std::size_t column = 0; column < in.addresses.size(); ++column)
+        columns.push_back(exprcurve::Column{in.addresses[column], in.arrays[column].data()});
     py::array_t<double> results(in.shape);
     double* out = results.mutable_data();
-    std::vector<double> saved;
-    std::vector<const double*> columns;
-    for (std::size_t column = 0; column < in.addresses.size(); ++column) {
-        saved.push_back(*in.addresses[column]);
-        columns.push_back(in.arrays[column].data());
+    {
+        const py::gil_scoped_release released;
+        compiled.evaluate(in.rows, columns.data(), columns.size(), out);
     }
-    for (std::size_t row = 0; row < in.rows; ++row) {
-        for (std::size_t column = 0; column < columns.size(); ++column)
-            *in.addresses[column] = columns[column][row];
-        out[row] = compiled();
-    }
-    for (std::size_t column = 0; column < in.addresses.size(); ++column)
-        *in.addresses[column] = saved[column];
     return results;
 }
 
@@ -215,7 +208,7 @@ void bindExpression(py::module_& module)
              "value from its array (any numeric dtype, converted to float64; arrays are "
              "broadcast together). Variables not named keep their current value, and no "
              "variable is left changed. The result has the broadcast shape and the bits of "
-             "calling the expression row by row.")
+             "calling the expression row by row. Other Python threads run meanwhile.")
         .def_property_readonly(
             "uses_native_code",
             &Expression::usesNativeCode,
@@ -257,6 +250,10 @@ void bindParser(py::module_& module)
 
 void bindExpressions(py::module_& module)
 {
+    module.def("set_native_code_allowed", &exprcurve::CompiledExpression::setNativeCodeAllowed,
+               py::arg("allowed"),
+               "Whether expressions parsed from now on may run machine code generated for "
+               "them (true at start); without it they are interpreted, with the same results.");
     bindVariable(module);
     bindExpression(module);
     bindParser(module);

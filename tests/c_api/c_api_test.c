@@ -98,6 +98,54 @@ static void expressions(void)
     exprcurve_expression_free(expression);
 }
 
+/* A batch gives each row's own evaluation, reads unlisted variables, writes
+ * no variable, and neither depends on native code. */
+static void batches(void)
+{
+    enum { ROWS = 37 };
+    double x = 0.5, xs[ROWS], results[ROWS];
+    float y = 2.0f, ys[ROWS];
+    int n = 7;
+    exprcurve_column columns[2];
+    exprcurve_parser* parser = exprcurve_parser_new();
+    exprcurve_expression* forms[2];
+    int form, row;
+
+    CHECK(exprcurve_parser_bind_double(parser, "x", &x));
+    CHECK(exprcurve_parser_bind_float(parser, "y", &y));
+    CHECK(exprcurve_parser_bind_int(parser, "n", &n));
+    for (row = 0; row < ROWS; ++row) {
+        xs[row] = (row - 18) * 0.37;
+        ys[row] = (float)row / 3.0f;
+    }
+    columns[0].variable = &x;
+    columns[0].values = xs;
+    columns[1].variable = &y;
+    columns[1].values = ys;
+    forms[0] = exprcurve_parse(parser, "if(x>0,sqrt(x),x^2)*y-n/x+sin(y)");
+    exprcurve_set_native_code_allowed(0);
+    forms[1] = exprcurve_parse(parser, "if(x>0,sqrt(x),x^2)*y-n/x+sin(y)");
+    exprcurve_set_native_code_allowed(1);
+    CHECK(!exprcurve_expression_uses_native_code(forms[1]));
+
+    for (form = 0; form < 2; ++form) {
+        CHECK(exprcurve_evaluate_batch(forms[form], ROWS, columns, 2, results));
+        CHECK(x == 0.5 && y == 2.0f);
+        for (row = 0; row < ROWS; ++row) {
+            x = xs[row];
+            y = ys[row];
+            CHECK_SAME(results[row], exprcurve_evaluate(forms[form]));
+        }
+        x = 0.5;
+        y = 2.0f;
+    }
+    CHECK(exprcurve_evaluate_batch(forms[0], 0, NULL, 0, NULL));
+    CHECK(!exprcurve_evaluate_batch(NULL, ROWS, columns, 2, results));
+    exprcurve_expression_free(forms[0]);
+    exprcurve_expression_free(forms[1]);
+    exprcurve_parser_free(parser);
+}
+
 static void faults(void)
 {
     exprcurve_parser* parser = exprcurve_parser_new();
@@ -300,7 +348,9 @@ static void files(const char* directory)
 struct sampler {
     const exprcurve_curve* curve;
     const exprcurve_expression* expression;
-    const double* expected;
+    const exprcurve_column* column; /* the times as x */
+    const double* expected;         /* the curve at the times */
+    const double* expected_rows;    /* the expression at the times */
     double expected_value;
     int mismatches;
 };
@@ -315,12 +365,16 @@ static void* sample_repeatedly(void* argument)
         exprcurve_curve_sample(job->curve, times, values, TIME_COUNT);
         for (i = 0; i < TIME_COUNT; ++i)
             job->mismatches += !same_bits(values[i], job->expected[i]);
+        exprcurve_evaluate_batch(job->expression, TIME_COUNT, job->column, 1, values);
+        for (i = 0; i < TIME_COUNT; ++i)
+            job->mismatches += !same_bits(values[i], job->expected_rows[i]);
         job->mismatches += !same_bits(exprcurve_evaluate(job->expression), job->expected_value);
     }
     return NULL;
 }
 
-/* Several threads sample one curve and evaluate one expression at once. */
+/* Several threads sample one curve and evaluate one expression, alone and in
+ * batches, at once. */
 static void concurrency(void)
 {
     enum { THREADS = 4 };
@@ -328,7 +382,8 @@ static void concurrency(void)
     double x = 0.75;
     exprcurve_parser* parser = exprcurve_parser_new();
     exprcurve_expression* expression;
-    double times[TIME_COUNT], expected[TIME_COUNT];
+    double times[TIME_COUNT], expected[TIME_COUNT], expected_rows[TIME_COUNT];
+    exprcurve_column column;
     pthread_t threads[THREADS];
     struct sampler jobs[THREADS];
     int i;
@@ -336,13 +391,21 @@ static void concurrency(void)
     CHECK(exprcurve_parser_bind_double(parser, "x", &x));
     expression = exprcurve_parse(parser, "sin(x)*x+sqrt(x)");
     fill_times(times);
-    for (i = 0; i < TIME_COUNT; ++i)
+    for (i = 0; i < TIME_COUNT; ++i) {
         expected[i] = exprcurve_curve_evaluate(curve, times[i]);
+        x = times[i];
+        expected_rows[i] = exprcurve_evaluate(expression);
+    }
+    x = 0.75;
+    column.variable = &x;
+    column.values = times;
     for (i = 0; i < THREADS; ++i) {
         struct sampler job = {0};
         job.curve = curve;
         job.expression = expression;
+        job.column = &column;
         job.expected = expected;
+        job.expected_rows = expected_rows;
         job.expected_value = exprcurve_evaluate(expression);
         jobs[i] = job;
         CHECK(pthread_create(&threads[i], NULL, sample_repeatedly, &jobs[i]) == 0);
@@ -365,6 +428,7 @@ int main(int argc, char** argv)
     int all = strcmp(group, "all") == 0;
     int ran = 0;
     if (all || strcmp(group, "expressions") == 0) { expressions(); ++ran; }
+    if (all || strcmp(group, "batches") == 0) { batches(); ++ran; }
     if (all || strcmp(group, "faults") == 0) { faults(); ++ran; }
     if (all || strcmp(group, "curves") == 0) { curves(); ++ran; }
     if (directory == NULL)

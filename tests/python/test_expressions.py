@@ -152,3 +152,16 @@ def test_threads_evaluate_one_expression_at_once(parser):
     for thread in threads:
         thread.join()
     assert results == [True] * 20
+
+
+def test_interpreted_and_native_forms_give_the_same_bits(parser):
+    text = "if(t>a,sqrt(t),t^2)*b-a/t+j0(t)"
+    native = parser.parse(text)
+    exprcurve.set_native_code_allowed(False)
+    try:
+        interpreted = parser.parse(text)
+    finally:
+        exprcurve.set_native_code_allowed(True)
+    assert not interpreted.uses_native_code
+    times = np.linspace(-3.0, 3.0, 1001)
+    assert bits(native.evaluate(t=times)).tolist() == bits(interpreted.evaluate(t=times)).tolist()

@@ -10,6 +10,8 @@ __version__: str
 _ArrayLike = npt.ArrayLike
 _Path = Union[str, "os.PathLike[str]"]
 
+def set_native_code_allowed(allowed: bool) -> None: ...
+
 class Kind(enum.IntEnum):
     """The kind of the segment that ends at a point."""
     LINEAR = 0
