@@ -1,6 +1,7 @@
 // The C interface with any input: an expression text and a curve file, given
-// through handles as a C program gives them. Nothing may crash or leak, a
-// curve's samples must be its single evaluations, and the interface's own
+// through handles as a C program gives them. Nothing may crash or leak,
+// every fault has a message and a range within the text, batches and a
+// curve's samples must be their single evaluations, and the interface's own
 // text save must load back exactly whenever the numbers are plain (finite
 // and not subnormal, which the stream reader refuses).
 //
@@ -30,6 +31,35 @@ bool sameBits(double a, double b)
     return std::memcmp(&a, &b, sizeof a) == 0;
 }
 
+// Bit for bit, except that any NaN equals any NaN: where two NaNs meet in an
+// operation, which one's payload survives is the compiler's choice, and the
+// bulk and single evaluations may meet them in either order.
+bool sameValue(double a, double b)
+{
+    return sameBits(a, b) || (std::isnan(a) && std::isnan(b));
+}
+
+double hostSum(const double* arguments, void*)
+{
+    return arguments[0] + arguments[1];
+}
+
+// Batches of two rows, x from a column, against single evaluations.
+void batchesAreRows(const exprcurve_expression* parsed, double& x)
+{
+    const double xs[] = {-1.5, 0.75};
+    double results[2];
+    const exprcurve_column column = {&x, xs};
+    const double kept = x;
+    require(exprcurve_evaluate_batch(parsed, 2, &column, 1, results) == 1, "a batch");
+    require(sameBits(x, kept), "a batch leaves the variable as it was");
+    for (int row = 0; row < 2; ++row) {
+        x = xs[row];
+        require(sameValue(results[row], exprcurve_evaluate(parsed)), "a batch row is the single evaluation");
+    }
+    x = kept;
+}
+
 void expression(const std::string& text)
 {
     double x = 0.5;
@@ -42,14 +72,23 @@ void expression(const std::string& text)
     exprcurve_parser_bind_float(parser, "y", &y);
     exprcurve_parser_bind_int(parser, "n", &n);
     exprcurve_parser_bind_bool(parser, "b", &b);
+    exprcurve_parser_define_function(parser, "sum", 2, hostSum, nullptr);
     exprcurve_expression* parsed = exprcurve_parse(parser, text.c_str());
     require(parsed != nullptr, "parse gives an expression");
     exprcurve_parser_free(parser);  // the expression does not need it
     const double first = exprcurve_evaluate(parsed);
-    require(sameBits(first, exprcurve_evaluate(parsed)) || std::isnan(first),
-            "an expression gives the same value twice");
-    volatile std::size_t sink = exprcurve_fault_count(parsed) + std::strlen(exprcurve_expression_text(parsed));
-    (void)sink;
+    require(sameValue(first, exprcurve_evaluate(parsed)), "an expression gives the same value twice");
+    for (std::size_t i = 0; i < exprcurve_fault_count(parsed); ++i) {
+        const int position = exprcurve_fault_position(parsed, i);
+        const int length = exprcurve_fault_length(parsed, i);
+        require(exprcurve_fault_message(parsed, i) != nullptr, "every fault has a message");
+        require(position >= 0 && length >= 0 &&
+                    static_cast<std::size_t>(position) + static_cast<std::size_t>(length) <= text.size(),
+                "a fault lies within the text");
+    }
+    require(exprcurve_fault_message(parsed, exprcurve_fault_count(parsed)) == nullptr,
+            "no message past the last fault");
+    batchesAreRows(parsed, x);
     exprcurve_expression_free(parsed);
 }
 
@@ -86,14 +125,6 @@ bool samePoints(const exprcurve_curve* a, const exprcurve_curve* b)
     }
     return exprcurve_curve_pre_mode(a) == exprcurve_curve_pre_mode(b) &&
            exprcurve_curve_post_mode(a) == exprcurve_curve_post_mode(b);
-}
-
-// Bit for bit, except that any NaN equals any NaN: where two NaNs meet in an
-// operation, which one's payload survives is the compiler's choice, and the
-// bulk and single evaluations may meet them in either order.
-bool sameValue(double a, double b)
-{
-    return sameBits(a, b) || (std::isnan(a) && std::isnan(b));
 }
 
 void samplesAreEvaluations(const exprcurve_curve* curve)

@@ -115,3 +115,4 @@ for i, (points, pre, post) in enumerate(curves):
     write("fuzz_c_api", "text%d" % i, b"\x00" + text + b"\x00" + text_file(points, pre, post))
     write("fuzz_c_api", "bin3027_%d" % i, b"\x03" + text + b"\x00" + binary_file(points, pre, post, 3027))
 write("fuzz_c_api", "text_only", b"\x00" + b"if(x>0.5,sin(x),y^2)*n+b")
+write("fuzz_c_api", "host_call", b"\x00" + b"sum(x,sum(n,y))*if(b,sum(x,1),2)+Sum(1)")

@@ -68,6 +68,18 @@ int exprcurve_parser_bind_bool(exprcurve_parser* parser, const char* name, bool*
 /* Expressions already parsed keep reading the variable. */
 int exprcurve_parser_unbind(exprcurve_parser* parser, const char* name);
 
+/* A function for the language: `name(x1,...,xn)` in a text calls it with the
+ * arguments' values, left to right, and `context`. The name is lower-cased
+ * and must be a letter followed by letters, digits or '_', and no built-in
+ * call's name; at most 8 arguments. Defining a name again replaces it;
+ * expressions already parsed keep calling what they were parsed with, so
+ * `context` must outlive them. Same as the C++ library's HostFunction. */
+typedef double (*exprcurve_host_function)(const double* arguments, void* context);
+int exprcurve_parser_define_function(exprcurve_parser* parser, const char* name,
+                                     unsigned int arity, exprcurve_host_function function,
+                                     void* context);
+int exprcurve_parser_remove_function(exprcurve_parser* parser, const char* name);
+
 /* ---- expressions */
 /* Null only when memory runs out or an argument is null. */
 exprcurve_expression* exprcurve_parse(exprcurve_parser* parser, const char* text);
@@ -76,7 +88,13 @@ void exprcurve_expression_free(exprcurve_expression* expression);
 const char* exprcurve_expression_text(const exprcurve_expression* expression);
 double exprcurve_evaluate(const exprcurve_expression* expression);
 
+/* The faults of the text, in order: one English line each (null past the
+ * end), and the byte range in the text as it was given to exprcurve_parse
+ * (-1 past the end). */
 size_t exprcurve_fault_count(const exprcurve_expression* expression);
+const char* exprcurve_fault_message(const exprcurve_expression* expression, size_t index);
+int exprcurve_fault_position(const exprcurve_expression* expression, size_t index);
+int exprcurve_fault_length(const exprcurve_expression* expression, size_t index);
 
 /* One bound variable's values for a batch: `variable` is the address that
  * was bound (a double, float, int or bool), `values` points to one value of
@@ -89,7 +107,10 @@ typedef struct exprcurve_column {
 /* results[i] = the expression's value while every listed variable holds its
  * i-th value; unlisted variables are read as usual. Nothing is written to
  * the variables, so several threads may run batches of one expression at
- * once. Returns 0 only for null arguments or when memory runs out. */
+ * once; except for an expression that calls a host function, whose batch
+ * writes each listed variable before each row and puts the values back after
+ * the last, and is then for one thread at a time. Returns 0 only for null
+ * arguments or when memory runs out. */
 int exprcurve_evaluate_batch(const exprcurve_expression* expression, size_t rows,
                              const exprcurve_column* columns, size_t column_count,
                              double* results);

@@ -14,6 +14,12 @@ int main(void)
     speed = 4.0;
     printf("%g\n", exprcurve_evaluate(expression)); /* 12 */
     exprcurve_expression_free(expression);
+
+    expression = exprcurve_parse(parser, "2 * speed + foo"); /* still evaluates */
+    for (size_t i = 0; i < exprcurve_fault_count(expression); ++i)
+        printf("at %d: %s\n", exprcurve_fault_position(expression, i),
+               exprcurve_fault_message(expression, i)); /* at 12: unknown name 'foo' */
+    exprcurve_expression_free(expression);
     exprcurve_parser_free(parser);
 
     exprcurve_curve* curve = exprcurve_curve_new();

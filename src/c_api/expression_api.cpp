@@ -7,6 +7,8 @@
 
 #include "boundary.h"
 #include "compiledexpression.h"
+#include "diagnostics.h"
+#include "host_call_batches.h"
 #include "exprcurve.h"
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
@@ -22,14 +24,15 @@ struct exprcurve_parser {
 // form, which gives the tree's bits and may run on several threads at once.
 struct exprcurve_expression {
     explicit exprcurve_expression(std::unique_ptr<FunctionFloatBase> root)
-        : tree(std::move(root)), compiled(tree.get())
+        : tree(std::move(root)), compiled(tree.get()), inputs(exprcurve::treeInputs(tree.get()))
     {
     }
 
     std::unique_ptr<FunctionFloatBase> tree;  // declared first: `compiled` reads it
     exprcurve::CompiledExpression compiled;
+    exprcurve::TreeInputs inputs;
     std::string normalisedText;
-    std::vector<std::pair<int, int>> faults;
+    std::vector<exprcurve::Diagnostic> faults;
 };
 
 namespace {
@@ -82,6 +85,33 @@ int exprcurve_parser_bind_bool(exprcurve_parser* parser, const char* name, bool*
     return bind(parser, name, variable);
 }
 
+int exprcurve_parser_define_function(exprcurve_parser* parser, const char* name,
+                                     unsigned int arity, exprcurve_host_function function,
+                                     void* context)
+{
+    return guarded(0, [&] {
+        if (parser == nullptr || name == nullptr)
+            return failWith(0, nullHandle);
+        if (!parser->parser.defineFunction(name, arity, function, context))
+            return failWith(0, std::string("cannot define '") + name +
+                                   "': a function needs a name of a letter followed by letters, "
+                                   "digits or '_' that no built-in call has, at most 8 "
+                                   "arguments and a function pointer");
+        return 1;
+    });
+}
+
+int exprcurve_parser_remove_function(exprcurve_parser* parser, const char* name)
+{
+    return guarded(0, [&] {
+        if (parser == nullptr || name == nullptr)
+            return failWith(0, nullHandle);
+        if (!parser->parser.removeFunction(name))
+            return failWith(0, std::string("no function '") + name + "' is defined");
+        return 1;
+    });
+}
+
 int exprcurve_parser_unbind(exprcurve_parser* parser, const char* name)
 {
     return guarded(0, [&] {
@@ -101,8 +131,8 @@ exprcurve_expression* exprcurve_parse(exprcurve_parser* parser, const char* text
         ParseMessage message{};
         std::unique_ptr<FunctionFloatBase> tree(parser->parser.parseString(text, message));
         auto expression = std::make_unique<exprcurve_expression>(std::move(tree));
+        expression->faults = exprcurve::describeFaults(text, message);
         expression->normalisedText = std::move(message.text);
-        expression->faults = std::move(message.errors);
         return expression.release();
     });
 }
@@ -129,6 +159,27 @@ size_t exprcurve_fault_count(const exprcurve_expression* expression)
     return expression == nullptr ? 0 : expression->faults.size();
 }
 
+const char* exprcurve_fault_message(const exprcurve_expression* expression, size_t index)
+{
+    if (expression == nullptr || index >= expression->faults.size())
+        return nullptr;
+    return expression->faults[index].message.c_str();
+}
+
+int exprcurve_fault_position(const exprcurve_expression* expression, size_t index)
+{
+    if (expression == nullptr || index >= expression->faults.size())
+        return -1;
+    return expression->faults[index].position;
+}
+
+int exprcurve_fault_length(const exprcurve_expression* expression, size_t index)
+{
+    if (expression == nullptr || index >= expression->faults.size())
+        return -1;
+    return expression->faults[index].length;
+}
+
 int exprcurve_evaluate_batch(const exprcurve_expression* expression, size_t rows,
                              const exprcurve_column* columns, size_t column_count,
                              double* results)
@@ -141,7 +192,11 @@ int exprcurve_evaluate_batch(const exprcurve_expression* expression, size_t rows
         library.reserve(column_count);
         for (size_t i = 0; i < column_count; ++i)
             library.push_back(exprcurve::Column{columns[i].variable, columns[i].values});
-        expression->compiled.evaluate(rows, library.data(), library.size(), results);
+        if (expression->inputs.callsHost)
+            exprcurve::evaluateRowByRow(expression->compiled, expression->inputs, rows,
+                                        library.data(), library.size(), results);
+        else
+            expression->compiled.evaluate(rows, library.data(), library.size(), results);
         return 1;
     });
 }

@@ -2,7 +2,7 @@
 //
 // Variables are doubles owned here, shared between the parser that binds
 // them and every expression parsed while they were bound, so that either may
-// outlive the other.
+// outlive the other; Python functions likewise.
 #include <cstddef>
 #include <map>
 #include <memory>
@@ -15,8 +15,11 @@
 
 #include "bindings.h"
 #include "compiledexpression.h"
+#include "diagnostics.h"
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
+#include "host_call_batches.h"
+#include "host_functions.h"
 
 namespace exprcurve_python {
 
@@ -29,28 +32,38 @@ struct Variable {
 
 using VariableTable = std::map<std::string, std::shared_ptr<double>>;
 
+using Faults = std::vector<exprcurve::Diagnostic>;
+
 class Expression {
 public:
     Expression(std::string text, std::unique_ptr<FunctionFloatBase> root, ParseMessage message,
-               VariableTable variables)
+               VariableTable variables, FunctionTable functions)
         : text(std::move(text)),
-          normalisedText(std::move(message.text)),
-          faultRanges(std::move(message.errors)),
+          normalisedText(message.text),  // a copy: describeFaults reads it next
+          faults(exprcurve::describeFaults(this->text, message)),
           variables(std::move(variables)),
+          functions(std::move(functions)),
           tree(std::move(root)),
-          compiled(tree.get())
+          compiled(tree.get()),
+          treeInputs(exprcurve::treeInputs(tree.get()))
     {
     }
 
-    double operator()() const { return compiled(); }
+    double operator()() const
+    {
+        const double value = compiled();
+        raisePendingError();
+        return value;
+    }
     bool usesNativeCode() const { return compiled.usesNativeCode(); }
 
     py::array_t<double> evaluate(const py::kwargs& arrays) const;
 
     const std::string text;
     const std::string normalisedText;
-    const std::vector<std::pair<int, int>> faultRanges;
+    const Faults faults;
     const VariableTable variables;  // every variable bound when parsed
+    const FunctionTable functions;  // every function defined when parsed
 
 private:
     struct Inputs {
@@ -63,6 +76,7 @@ private:
 
     std::unique_ptr<FunctionFloatBase> tree;  // before `compiled`, which reads it
     exprcurve::CompiledExpression compiled;
+    exprcurve::TreeInputs treeInputs;
 };
 
 using ContiguousDoubles = py::array_t<double, py::array::c_style | py::array::forcecast>;
@@ -101,8 +115,10 @@ Expression::Inputs Expression::inputs(const py::kwargs& arrays) const
     return in;
 }
 
-// The batch writes nothing to the variables, so it runs without the
-// interpreter lock and other Python threads go on meanwhile.
+// A batch writes nothing to the variables, so it runs without the
+// interpreter lock and other Python threads go on meanwhile. One that calls
+// Python functions writes the variables row by row instead, and keeps the
+// lock so that no other thread sees them changed.
 py::array_t<double> Expression::evaluate(const py::kwargs& arrays) const
 {
     const Inputs in = inputs(arrays);
@@ -111,11 +127,39 @@ py::array_t<double> Expression::evaluate(const py::kwargs& arrays) const
         columns.push_back(exprcurve::Column{in.addresses[column], in.arrays[column].data()});
     py::array_t<double> results(in.shape);
     double* out = results.mutable_data();
-    {
+    if (treeInputs.callsHost) {
+        exprcurve::evaluateRowByRow(compiled, treeInputs, in.rows, columns.data(), columns.size(),
+                                    out);
+        raisePendingError();
+    } else {
         const py::gil_scoped_release released;
         compiled.evaluate(in.rows, columns.data(), columns.size(), out);
     }
     return results;
+}
+
+py::list faultTuples(const Faults& faults)
+{
+    py::list tuples;
+    for (const exprcurve::Diagnostic& fault : faults)
+        tuples.append(py::make_tuple(fault.position, fault.length, fault.message));
+    return tuples;
+}
+
+// exprcurve.ParseError, made when the module is and kept for the process's
+// life (a static py::object would be released after the interpreter ends).
+py::handle parseErrorType;
+
+[[noreturn]] void raiseParseError(const Expression& expression)
+{
+    std::string message = "faults in '" + expression.text + "':";
+    for (const exprcurve::Diagnostic& fault : expression.faults)
+        message += " at " + std::to_string(fault.position) + ": " + fault.message + ";";
+    message.pop_back();
+    py::object error = parseErrorType(message);
+    error.attr("faults") = faultTuples(expression.faults);
+    PyErr_SetObject(parseErrorType.ptr(), error.ptr());
+    throw py::error_already_set();
 }
 
 class Parser {
@@ -152,17 +196,55 @@ public:
         return result;
     }
 
-    std::unique_ptr<Expression> parse(const std::string& text)
+    std::unique_ptr<Expression> parse(const std::string& text, bool strict)
     {
         ParseMessage message{};
         std::unique_ptr<FunctionFloatBase> root(parser.parseString(text, message));
-        return std::make_unique<Expression>(text, std::move(root), std::move(message), variables);
+        auto expression = std::make_unique<Expression>(text, std::move(root), std::move(message),
+                                                       variables, functions);
+        if (strict && !expression->faults.empty())
+            raiseParseError(*expression);
+        return expression;
+    }
+
+    void defineFunction(const std::string& name, unsigned int arity, const py::function& callable)
+    {
+        const std::string key = parser.toLowerString(name);
+        auto function = std::make_shared<const PythonFunction>(PythonFunction{callable, arity, key});
+        if (!parser.defineFunction(key, arity, &callPython, const_cast<PythonFunction*>(function.get())))
+            throw py::value_error("cannot define '" + name +
+                                  "': a function needs a name of a letter followed by letters, "
+                                  "digits or '_' that no built-in call has, and at most 8 "
+                                  "arguments");
+        functions[key] = std::move(function);
+    }
+
+    void removeFunction(const std::string& name)
+    {
+        const std::string key = parser.toLowerString(name);
+        if (functions.erase(key) == 0)
+            throw py::key_error(name);
+        parser.removeFunction(key);
+    }
+
+    py::dict definedFunctions() const
+    {
+        py::dict result;
+        for (const auto& entry : functions)
+            result[py::str(entry.first)] = entry.second->callable;
+        return result;
     }
 
 private:
     FunctionParserBase parser;
     VariableTable variables;
+    FunctionTable functions;
 };
+
+py::list lint(const std::string& text)
+{
+    return faultTuples(exprcurve::lint(text));
+}
 
 std::string quoted(const std::string& text)
 {
@@ -200,8 +282,13 @@ void bindExpression(py::module_& module)
         .def_readonly("normalized_text", &Expression::normalisedText,
                       "The text as the parser reads it: lower case, no blanks, implicit "
                       "multiplications written out ('2x' is '2*x').")
+        .def_property_readonly(
+            "faults", [](const Expression& expression) { return faultTuples(expression.faults); },
+            "The text's faults as (position, length, message), the range in the text as given "
+            "to parse(); empty for a sound text.")
         .def("__call__", &Expression::operator(),
-             "Evaluates the expression with the variables' current values.")
+             "Evaluates the expression with the variables' current values. An exception raised "
+             "by a Python function it calls is raised here.")
         .def("evaluate", &Expression::evaluate,
              "evaluate(**arrays) -> numpy.ndarray\n\n"
              "Evaluates the expression once per element, with each named variable taking its "
@@ -215,8 +302,8 @@ void bindExpression(py::module_& module)
             "True when evaluation runs machine code generated for this expression.")
         .def("__repr__", [](const Expression& expression) {
             std::string text = "Expression(" + quoted(expression.text);
-            if (!expression.faultRanges.empty())
-                text += ", faults=" + std::to_string(expression.faultRanges.size());
+            if (!expression.faults.empty())
+                text += ", faults=" + std::to_string(expression.faults.size());
             return text + ")";
         });
 }
@@ -235,9 +322,22 @@ void bindParser(py::module_& module)
              "parsed keep reading it.")
         .def_property_readonly("variables", &Parser::boundVariables,
                                "The bound variables by name.")
-        .def("parse", &Parser::parse, py::arg("text"),
-             "Parses `text` into an Expression. A faulty text still gives an expression, "
-             "which reads 0 for each faulty part.")
+        .def("parse", &Parser::parse, py::arg("text"), py::arg("strict") = false,
+             "Parses `text` into an Expression. A faulty text still gives an expression, which "
+             "reads 0 for each faulty part and lists the faults, unless `strict`: then it raises "
+             "ParseError (a ValueError) with the faults.")
+        .def("define_function", &Parser::defineFunction, py::arg("name"), py::arg("arity"),
+             py::arg("function"),
+             "Makes `name(x1,...,xn)` in later texts call `function` with n floats; it must "
+             "return a number. Defining a name again replaces it for later texts only. What the "
+             "function raises comes out of the evaluation that called it.")
+        .def("remove_function", &Parser::removeFunction, py::arg("name"),
+             "Forgets a function for later texts.")
+        .def_property_readonly("functions", &Parser::definedFunctions,
+                               "The defined functions by name.")
+        .def_static("lint", &lint, py::arg("text"),
+                    "Warnings about a text the language reads differently from most others, "
+                    "as (position, length, message).")
         .def("__repr__", [](const Parser& parser) {
             std::string names;
             for (const auto& entry : parser.boundVariables())
@@ -254,6 +354,17 @@ void bindExpressions(py::module_& module)
                py::arg("allowed"),
                "Whether expressions parsed from now on may run machine code generated for "
                "them (true at start); without it they are interpreted, with the same results.");
+    parseErrorType = PyErr_NewExceptionWithDoc(
+        "exprcurve.ParseError",
+        "A text with faults, parsed strictly. `faults` lists them as (position, length, "
+        "message).",
+        PyExc_ValueError, nullptr);
+    if (!parseErrorType)
+        throw py::error_already_set();
+    module.add_object("ParseError", py::reinterpret_borrow<py::object>(parseErrorType));
+    module.def("lint", &lint, py::arg("text"),
+               "Warnings about a text the language reads differently from most others (1e-5, "
+               ">=, a-b-c, 2^-1, ...), as (position, length, message).");
     bindVariable(module);
     bindExpression(module);
     bindParser(module);

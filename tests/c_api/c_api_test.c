@@ -146,12 +146,83 @@ static void batches(void)
     exprcurve_parser_free(parser);
 }
 
+static double lerp(const double* arguments, void* context)
+{
+    ++*(int*)context;
+    return arguments[0] + (arguments[1] - arguments[0]) * arguments[2];
+}
+
+static double twice(const double* arguments, void* context)
+{
+    (void)context;
+    return 2.0 * arguments[0];
+}
+
+static void host_functions(void)
+{
+    enum { ROWS = 9 };
+    int calls = 0, row;
+    double x = 0.25, xs[ROWS], results[ROWS];
+    exprcurve_column column;
+    exprcurve_parser* parser = exprcurve_parser_new();
+    exprcurve_expression* expression;
+    exprcurve_expression* redefined;
+
+    CHECK(exprcurve_parser_bind_double(parser, "x", &x));
+    CHECK(exprcurve_parser_define_function(parser, "Lerp", 3, lerp, &calls));
+    expression = exprcurve_parse(parser, "lerp(x,2,0.5)-lerp(0,10,x)");
+    CHECK(exprcurve_fault_count(expression) == 0);
+    CHECK_SAME(exprcurve_evaluate(expression), (0.25 + (2 - 0.25) * 0.5) - 10 * 0.25);
+    CHECK(calls == 2);
+
+    /* Refused: a built-in's name, a name the text cannot call, too many
+     * arguments, no function. */
+    CHECK(!exprcurve_parser_define_function(parser, "sin", 1, twice, NULL));
+    CHECK(!exprcurve_parser_define_function(parser, "2x", 1, twice, NULL));
+    CHECK(!exprcurve_parser_define_function(parser, "many", 9, twice, NULL));
+    CHECK(!exprcurve_parser_define_function(parser, "none", 1, NULL, NULL));
+
+    /* Redefining changes later texts only. */
+    CHECK(exprcurve_parser_define_function(parser, "lerp", 1, twice, NULL));
+    redefined = exprcurve_parse(parser, "lerp(x)");
+    CHECK_SAME(exprcurve_evaluate(redefined), 0.5);
+    CHECK_SAME(exprcurve_evaluate(expression), (0.25 + (2 - 0.25) * 0.5) - 10 * 0.25);
+
+    /* A batch calls the function per row, as row-by-row evaluation does. */
+    for (row = 0; row < ROWS; ++row)
+        xs[row] = row * 0.125 - 0.5;
+    column.variable = &x;
+    column.values = xs;
+    CHECK(exprcurve_evaluate_batch(expression, ROWS, &column, 1, results));
+    CHECK(x == 0.25);
+    for (row = 0; row < ROWS; ++row) {
+        x = xs[row];
+        CHECK_SAME(results[row], exprcurve_evaluate(expression));
+    }
+
+    CHECK(exprcurve_parser_remove_function(parser, "LERP"));
+    CHECK(!exprcurve_parser_remove_function(parser, "lerp"));
+    exprcurve_expression_free(redefined);
+    redefined = exprcurve_parse(parser, "lerp(x)");
+    CHECK(exprcurve_fault_count(redefined) == 1);
+    exprcurve_expression_free(redefined);
+    exprcurve_expression_free(expression);
+    exprcurve_parser_free(parser);
+}
+
 static void faults(void)
 {
     exprcurve_parser* parser = exprcurve_parser_new();
-    exprcurve_expression* expression = exprcurve_parse(parser, "foo+bar*2");
+    exprcurve_expression* expression = exprcurve_parse(parser, "Foo + bar*2");
     CHECK(exprcurve_fault_count(expression) == 2);
     CHECK_SAME(exprcurve_evaluate(expression), 0.0); /* faulty parts read as 0 */
+    /* Ranges in the text as typed, white space and capitals included. */
+    CHECK(exprcurve_fault_position(expression, 0) == 0 && exprcurve_fault_length(expression, 0) == 3);
+    CHECK(exprcurve_fault_position(expression, 1) == 6 && exprcurve_fault_length(expression, 1) == 3);
+    CHECK(exprcurve_fault_message(expression, 1) != NULL &&
+          strstr(exprcurve_fault_message(expression, 1), "bar") != NULL);
+    CHECK(exprcurve_fault_message(expression, 2) == NULL);
+    CHECK(exprcurve_fault_position(expression, 2) == -1);
     exprcurve_expression_free(expression);
 
     expression = exprcurve_parse(parser, "");
@@ -429,6 +500,7 @@ int main(int argc, char** argv)
     int ran = 0;
     if (all || strcmp(group, "expressions") == 0) { expressions(); ++ran; }
     if (all || strcmp(group, "batches") == 0) { batches(); ++ran; }
+    if (all || strcmp(group, "functions") == 0) { host_functions(); ++ran; }
     if (all || strcmp(group, "faults") == 0) { faults(); ++ran; }
     if (all || strcmp(group, "curves") == 0) { curves(); ++ran; }
     if (directory == NULL)

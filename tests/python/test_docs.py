@@ -20,6 +20,14 @@ def test_the_python_snippet_runs(tmp_path, monkeypatch):
     assert (tmp_path / "ramp.curve").exists()
 
 
+def test_the_package_docstring_examples_hold():
+    import doctest
+
+    import exprcurve
+
+    assert doctest.testmod(exprcurve).failed == 0
+
+
 def test_the_c_snippet_is_the_example_that_the_tests_run():
     program = (ROOT / "examples" / "c" / "readme_example.c").read_text()
     assert readme_block("From C", "c") == program

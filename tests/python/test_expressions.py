@@ -165,3 +165,114 @@ def test_interpreted_and_native_forms_give_the_same_bits(parser):
     assert not interpreted.uses_native_code
     times = np.linspace(-3.0, 3.0, 1001)
     assert bits(native.evaluate(t=times)).tolist() == bits(interpreted.evaluate(t=times)).tolist()
+
+
+def test_faults_are_ranges_of_the_typed_text_with_messages(parser):
+    expression = parser.parse("2 * Q + max(a)")
+    assert [(position, length) for position, length, _ in expression.faults] == [(4, 1), (13, 1)]
+    assert "'q'" in expression.faults[0][2] and "max" in expression.faults[1][2]
+    assert expression() == 0.0  # each faulty part reads as 0
+    assert parser.parse("a+b").faults == []
+    with pytest.raises(exprcurve.ParseError) as raised:
+        parser.parse("2 * Q", strict=True)
+    assert isinstance(raised.value, ValueError)
+    assert raised.value.faults == parser.parse("2 * Q").faults
+    assert "'q'" in str(raised.value)
+
+
+def test_lint_warns_about_what_reads_differently():
+    warnings = exprcurve.lint("1e-5 + a>=b")
+    assert [(position, length) for position, length, _ in warnings] == [(0, 4), (8, 2)]
+    assert exprcurve.lint("a+b") == []
+    assert exprcurve.Parser.lint("2^-1") == exprcurve.lint("2^-1") != []
+
+
+def test_python_functions_are_called_with_floats_left_to_right(parser):
+    calls = []
+
+    def lerp(a, b, s):
+        calls.append((a, b, s))
+        return a + (b - a) * s
+
+    parser.define_function("Lerp", 3, lerp)
+    parser.define_function("seven", 0, lambda: 7)
+    expression = parser.parse("lerp(a,b,t)*seven()-lerp(t,1,2)")
+    parser.variables["t"].value = 0.5
+    assert expression() == (1.5 + (-0.25 - 1.5) * 0.5) * 7 - (0.5 + 0.5 * 2)
+    assert calls == [(1.5, -0.25, 0.5), (0.5, 1.0, 2.0)]
+    assert all(type(v) is float for call in calls for v in call)
+    assert set(parser.functions) == {"lerp", "seven"}
+
+
+def test_batches_calling_python_give_the_rows_of_single_calls(parser):
+    parser.define_function("wave", 1, lambda v: float(np.sin(v)) * 2.0)
+    expression = parser.parse("wave(t)+wave(a)*t")
+    times = np.linspace(-2.0, 2.0, 101)
+    rows = []
+    for t in times:
+        parser.variables["t"].value = t
+        rows.append(expression())
+    parser.variables["t"].value = 0.0
+    assert bits(expression.evaluate(t=times)).tolist() == bits(rows).tolist()
+    assert parser.variables["t"].value == 0.0
+
+
+def test_a_function_that_raises_raises_from_the_evaluation(parser):
+    calls = []
+
+    def fragile(v):
+        calls.append(v)
+        if v > 0:
+            raise KeyError("no value for a positive time")
+        return v
+
+    parser.define_function("fragile", 1, fragile)
+    parser.define_function("text", 1, lambda v: "not a number")
+    expression = parser.parse("fragile(t)+1")
+    with pytest.raises(KeyError, match="positive time"):
+        expression.evaluate(t=np.linspace(-1.0, 1.0, 1000))
+    assert len(calls) == 501  # no call after the first failure
+    parser.variables["t"].value = -2.0
+    assert expression() == -1.0  # the failure is not left behind
+    with pytest.raises(TypeError):
+        parser.parse("text(t)")()
+
+
+def test_functions_outlive_their_definition_and_parser():
+    p = exprcurve.Parser()
+    p.define_function("twice", 1, lambda v: 2 * v)
+    old = p.parse("twice(3)")
+    p.define_function("twice", 1, lambda v: 3 * v)
+    assert (old(), p.parse("twice(3)")()) == (6.0, 9.0)
+    p.remove_function("twice")
+    del p
+    gc.collect()
+    assert old() == 6.0
+
+
+def test_function_definitions_that_cannot_be_called_are_refused(parser):
+    for name, arity in (("sin", 1), ("2x", 1), ("many", 9), ("", 0)):
+        with pytest.raises(ValueError):
+            parser.define_function(name, arity, lambda *v: 0.0)
+    with pytest.raises(KeyError):
+        parser.remove_function("never")
+
+
+def test_threads_calling_python_functions_get_their_own_failures(parser):
+    parser.define_function("check", 1, lambda v: 1.0 / v)  # ZeroDivisionError at 0
+    expression = parser.parse("check(t)")
+    outcomes = []
+
+    def work(times):
+        try:
+            outcomes.append(float(expression.evaluate(t=times).sum()))
+        except ZeroDivisionError:
+            outcomes.append("raised")
+
+    threads = [threading.Thread(target=work, args=(np.array(v),))
+               for v in ([1.0, 2.0], [0.0, 1.0], [4.0], [0.0])]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    assert sorted(map(str, outcomes)) == sorted(["1.5", "0.25", "raised", "raised"])

@@ -14,14 +14,19 @@
 1
 >>> c(0.25)
 2.5
+>>> p.parse("2*y").faults
+[(2, 1, "unknown name 'y' (did you mean 'e'?)")]
+>>> p.define_function("lerp", 3, lambda a, b, s: a + (b - a) * s)
+>>> p.parse("lerp(0, 10, x)")()
+5.0
 
 The expression language has its own rules: every operator groups to the
 right ('8/4/2' is 4), a leading '-' is 0-x ('2^-1' is 0), there are no
 two-character operators and no exponent notation, and '2x' is 2*x.
 """
 
-from ._exprcurve import (Curve, Expression, Kind, Mode, Parser, Variable, __version__,
-                         set_native_code_allowed)
+from ._exprcurve import (Curve, Expression, Kind, Mode, ParseError, Parser, Variable,
+                         __version__, lint, set_native_code_allowed)
 
-__all__ = ["Curve", "Expression", "Kind", "Mode", "Parser", "Variable", "__version__",
-           "set_native_code_allowed"]
+__all__ = ["Curve", "Expression", "Kind", "Mode", "ParseError", "Parser", "Variable",
+           "__version__", "lint", "set_native_code_allowed"]
