@@ -36,3 +36,10 @@ def bits(values):
     """float64 values as their bit patterns, so that comparisons are exact
     (-0.0 differs from 0.0, and a NaN equals the same NaN)."""
     return np.asarray(values, dtype=np.float64).view(np.uint64)
+
+
+def tool_bits(values):
+    """bits(), with every NaN made the one NaN the tool's text gives back: the
+    tool prints a NaN without its sign or payload."""
+    values = np.asarray(values, dtype=np.float64)
+    return bits(np.where(np.isnan(values), np.float64("nan"), values))

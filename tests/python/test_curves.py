@@ -5,7 +5,7 @@ import numpy as np
 import pytest
 
 import exprcurve
-from conftest import bits
+from conftest import bits, tool_bits
 
 MODES = list(exprcurve.Mode.__members__.values())
 
@@ -35,8 +35,8 @@ def test_samples_have_the_bits_of_the_tool(tool, tmp_path, pre, post):
     c.save(path)
     finite = TIMES[np.isfinite(TIMES)]
     _, expected = tool("sample", path, "--times", ",".join(repr(float(t)) for t in finite))
-    assert bits(c.sample(finite)).tolist() == bits(expected).tolist()
-    assert bits([c(t) for t in finite]).tolist() == bits(expected).tolist()
+    assert tool_bits(c.sample(finite)).tolist() == tool_bits(expected).tolist()
+    assert tool_bits([c(t) for t in finite]).tolist() == tool_bits(expected).tolist()
 
 
 def test_sample_equals_calls_for_unsorted_times_and_odd_values():

@@ -5,7 +5,7 @@ import numpy as np
 import pytest
 
 import exprcurve
-from conftest import bits
+from conftest import bits, tool_bits
 
 # Texts that exercise every operator and function, the language's own
 # grouping rules, and results that are NaN, infinite or -0.0.
@@ -43,9 +43,9 @@ def test_rows_have_the_bits_of_the_tool(tool, parser, text):
     times, expected = tool("eval", text, "--set", "a=1.5", "--set", "b=-0.25",
                            "--time", "-1:2:0.0625")
     expression = parser.parse(text)
-    assert bits(expression.evaluate(t=times)).tolist() == bits(expected).tolist()
+    assert tool_bits(expression.evaluate(t=times)).tolist() == tool_bits(expected).tolist()
     parser.variables["t"].value = times[7]
-    assert bits(expression()) == bits(expected[7])
+    assert tool_bits(expression()) == tool_bits(expected[7])
 
 
 def test_evaluate_matches_calls_row_by_row_for_several_variables(parser):
