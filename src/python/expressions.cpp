@@ -37,10 +37,11 @@ using Faults = std::vector<exprcurve::Diagnostic>;
 class Expression {
 public:
     Expression(std::string text, std::unique_ptr<FunctionFloatBase> root, ParseMessage message,
-               VariableTable variables, FunctionTable functions)
+               std::vector<std::string> reads, VariableTable variables, FunctionTable functions)
         : text(std::move(text)),
           normalisedText(message.text),  // a copy: describeFaults reads it next
           faults(exprcurve::describeFaults(this->text, message)),
+          reads(std::move(reads)),
           variables(std::move(variables)),
           functions(std::move(functions)),
           tree(std::move(root)),
@@ -62,7 +63,8 @@ public:
     const std::string text;
     const std::string normalisedText;
     const Faults faults;
-    const VariableTable variables;  // every variable bound when parsed
+    const std::vector<std::string> reads;  // the names of the keys it reads
+    const VariableTable variables;         // every variable bound when parsed
     const FunctionTable functions;  // every function defined when parsed
 
 private:
@@ -200,8 +202,13 @@ public:
     {
         ParseMessage message{};
         std::unique_ptr<FunctionFloatBase> root(parser.parseString(text, message));
+        std::vector<std::string> reads;
+        for (const FunctionParserBase::keyStruct* key : parser.getAllVars(root.get())) {
+            if (key != nullptr)
+                reads.push_back(key->name);
+        }
         auto expression = std::make_unique<Expression>(text, std::move(root), std::move(message),
-                                                       variables, functions);
+                                                       std::move(reads), variables, functions);
         if (strict && !expression->faults.empty())
             raiseParseError(*expression);
         return expression;
@@ -282,6 +289,11 @@ void bindExpression(py::module_& module)
         .def_readonly("normalized_text", &Expression::normalisedText,
                       "The text as the parser reads it: lower case, no blanks, implicit "
                       "multiplications written out ('2x' is '2*x').")
+        .def_property_readonly(
+            "variables",
+            [](const Expression& expression) { return py::tuple(py::cast(expression.reads)); },
+            "The names the expression reads, in the order they first appear (the constants "
+            "pi, e and epsilon included).")
         .def_property_readonly(
             "faults", [](const Expression& expression) { return faultTuples(expression.faults); },
             "The text's faults as (position, length, message), the range in the text as given "

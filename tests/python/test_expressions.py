@@ -127,6 +127,11 @@ def test_binding_again_returns_the_same_variable_and_unbinding_keeps_old_express
         parser.bind("pi", 3.0)
 
 
+def test_an_expression_names_what_it_reads(parser):
+    assert parser.parse("b*2+sin(a)-b+pi").variables == ("b", "a", "pi")
+    assert parser.parse("unknown+1").variables == ()
+
+
 def test_reprs():
     p = exprcurve.Parser()
     x = p.bind("x", 0.5)
