@@ -6,7 +6,10 @@
 //   timed in this run;
 // - parsing a text of grouped rnd(1) calls with and without a bound on the
 //   random nodes (each node builds a 10,000-sample table, 80 KB);
-// - parsing chains and nestings that reach the depth limit.
+// - parsing chains and nestings that reach the depth limit, and the stack
+//   that parsing, evaluating, variable discovery and deleting need there
+//   (counters in KiB, measured on a painted thread stack; `idle_KiB` is what
+//   a thread that does nothing touches).
 #include <benchmark/benchmark.h>
 
 #include <chrono>
@@ -18,6 +21,7 @@
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
 #include "plain_variable_discovery.h"
+#include "stack_usage.h"
 
 namespace {
 
@@ -116,5 +120,45 @@ BENCHMARK_CAPTURE(parseDeepText, chain, std::string("x+"), std::string())
     ->Arg(FunctionParserBase::maxParseDepth)->Arg(100000)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(parseDeepText, calls, std::string("sin("), std::string(")"))
     ->Arg(FunctionParserBase::maxParseDepth)->Arg(100000)->Unit(benchmark::kMillisecond);
+
+// Five times the limit of `open`, "x", five times `close`: the parse is cut,
+// so the tree is as deep as any parse builds.
+void stackAtTheDepthLimit(benchmark::State& state, std::string open, std::string close)
+{
+    std::string text;
+    for (int i = 0; i < 5 * FunctionParserBase::maxParseDepth; ++i)
+        text += open;
+    text += "x";
+    for (int i = 0; i < 5 * FunctionParserBase::maxParseDepth; ++i)
+        text += close;
+    double x = 0.5;
+    FunctionParserBase parser;
+    parser.insertKey("x", &x);
+    ParseMessage message{};
+    constexpr std::size_t stackSize = std::size_t{8} << 20;
+    std::size_t parse = 0, evaluate = 0, discover = 0, remove = 0;
+    for (auto _ : state) {
+        FunctionFloatBase* root = nullptr;
+        parse = stack_usage::stackBytesUsed([&] { root = parser.parseString(text, message); }, stackSize);
+        evaluate = stack_usage::stackBytesUsed([&] { benchmark::DoNotOptimize((*root)()); }, stackSize);
+        discover = stack_usage::stackBytesUsed([&] { benchmark::DoNotOptimize(parser.getAllVars(root).data()); },
+                                               stackSize);
+        remove = stack_usage::stackBytesUsed([&] { delete root; }, stackSize);
+    }
+    const auto kib = [](std::size_t bytes) { return static_cast<double>(bytes) / 1024.0; };
+    state.counters["parse_KiB"] = kib(parse);
+    state.counters["evaluate_KiB"] = kib(evaluate);
+    state.counters["getAllVars_KiB"] = kib(discover);
+    state.counters["delete_KiB"] = kib(remove);
+    state.counters["idle_KiB"] = kib(stack_usage::stackBytesUsed([] {}, stackSize));
+}
+
+BENCHMARK_CAPTURE(stackAtTheDepthLimit, chain, std::string("x+"), std::string())->Iterations(1);
+BENCHMARK_CAPTURE(stackAtTheDepthLimit, signs, std::string("-"), std::string())->Iterations(1);
+BENCHMARK_CAPTURE(stackAtTheDepthLimit, powers, std::string("x^"), std::string())->Iterations(1);
+BENCHMARK_CAPTURE(stackAtTheDepthLimit, calls, std::string("sin("), std::string(")"))->Iterations(1);
+BENCHMARK_CAPTURE(stackAtTheDepthLimit, max, std::string("max(1,"), std::string(")"))->Iterations(1);
+BENCHMARK_CAPTURE(stackAtTheDepthLimit, if, std::string("if(1,"), std::string(",2)"))->Iterations(1);
+BENCHMARK_CAPTURE(stackAtTheDepthLimit, brackets, std::string("(1+"), std::string(")*2"))->Iterations(1);
 
 }  // namespace

@@ -2,6 +2,9 @@
 # Runs each fuzz target for a fixed time on a scratch copy of its committed
 # seed corpus and fails on the first crash, leak, sanitizer report or hang.
 #   run-fuzzers.sh BUILD_DIR CORPUS_DIR SECONDS [TARGET...]
+# The curve-file target also runs on a build with the debug assertions on
+# (the fuzz-assertions preset builds only it):
+#   run-fuzzers.sh build/fuzz-assertions/fuzz fuzz/corpus 60 fuzz_curve_load
 set -euo pipefail
 
 build_dir=$1

@@ -171,6 +171,9 @@ public:
     // samples (80 KB, and its construction time), so a host parsing untrusted
     // text may bound them: past the bound each further "rnd" call is one
     // PARSE_BAD_OPERAND fault covering the call, and builds nothing.
+    // Building one advances the process-wide generator without a lock, so
+    // parses of texts that may call "rnd" are for one thread at a time across
+    // all parsers; 0 makes every such call a fault.
     std::size_t maxRandomNodes = SIZE_MAX;
 
 private:

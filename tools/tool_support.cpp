@@ -174,28 +174,35 @@ void printWithCarets(const std::string& expression, const exprcurve::Diagnostic&
               << std::string(static_cast<std::size_t>(std::max(entry.length - 1, 0)), '~') << '\n';
 }
 
+// `total`: how many there are in all, of which `entries` are the first.
 void printEntries(const std::string& expression, const std::vector<exprcurve::Diagnostic>& entries,
-                  const char* kind, const char* plural)
+                  std::size_t total, const char* kind, const char* plural)
 {
     for (std::size_t i = 0; i < entries.size() && i < maxReportedFaults; ++i) {
         const exprcurve::Diagnostic& entry = entries[i];
         std::cerr << errorPrefix << kind << ": column " << entry.position + 1 << ": " << entry.message << '\n';
         printWithCarets(expression, entry);
     }
-    if (entries.size() > maxReportedFaults)
-        std::cerr << errorPrefix << "... and " << entries.size() - maxReportedFaults << " more " << plural << '\n';
+    if (total > maxReportedFaults)
+        std::cerr << errorPrefix << "... and " << total - maxReportedFaults << " more " << plural << '\n';
 }
 
 }  // namespace
 
 void reportFaults(const std::string& expression, const ParseMessage& message)
 {
-    printEntries(expression, exprcurve::describeFaults(expression, message), "error", "faults");
+    // Each fault is described from the ones before it alone, so describing
+    // only those shown gives the same lines at a cost bounded by what is shown.
+    ParseMessage shown = message;
+    if (shown.errors.size() > maxReportedFaults)
+        shown.errors.resize(maxReportedFaults);
+    printEntries(expression, exprcurve::describeFaults(expression, shown), message.errors.size(), "error", "faults");
 }
 
 void reportWarnings(const std::string& expression)
 {
-    printEntries(expression, exprcurve::lint(expression), "warning", "warnings");
+    const std::vector<exprcurve::Diagnostic> warnings = exprcurve::lint(expression);
+    printEntries(expression, warnings, warnings.size(), "warning", "warnings");
 }
 
 }  // namespace tool

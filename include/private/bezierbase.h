@@ -11,6 +11,11 @@
 // The four Hermite weights at s in [0, 1]: h1 and h2 weigh the start and end
 // values, h3 and h4 the start and end tangents. The grouping of the
 // operations is part of the curve's bit-exact results.
+//
+// The assertion on s is part of the curve's definition. Loadable data reaches
+// it (an infinite or NaN time or ease value, times whose difference
+// overflows, a list out of time order: see SplineBase::operator()), where a
+// build without assertions computes NaN weights.
 inline void hermiteBasis(const double& s, double& h1, double& h2, double& h3, double& h4)
 {
     assert(s >= 0.0 && s <= 1.0);

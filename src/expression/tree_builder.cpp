@@ -156,7 +156,7 @@ public:
 
 private:
     EXPRCURVE_NOINLINE Form formOf(std::string_view t, std::size_t loosestPossible) const;
-    bool operandsAreLeaves(const Form& form) const;
+    EXPRCURVE_NOINLINE bool operandsAreLeaves(const Form& form) const;
     FunctionFloatBase* buildForm(const Form& form, std::string_view t);
     bool splitsAsCall(Form& form, std::string_view t) const;
     std::size_t hostCallArguments(const Form& form, std::string_view t, std::string_view* pieces) const;
@@ -164,7 +164,7 @@ private:
     FunctionFloatBase* buildBuiltinCall(const Form& form, std::string_view t);
     FunctionFloatBase* buildOneArgumentCall(const BuiltinOperation& row, const Form& form, std::string_view t);
     FunctionFloatBase* buildRandom(const BuiltinOperation& row, std::string_view argument);
-    FunctionFloatBase* buildHostCall(const Form& form, std::string_view t);
+    EXPRCURVE_NOINLINE FunctionFloatBase* buildHostCall(const Form& form, std::string_view t);
     void buildListedArguments(std::string_view name, const std::string_view* pieces,
                               FunctionFloatBase** const* slots, std::size_t count);
     EXPRCURVE_NOINLINE FunctionFloatBase* buildOperand(std::string_view t);

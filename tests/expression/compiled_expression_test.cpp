@@ -19,6 +19,8 @@
 #include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
+
+#include "stack_usage.h"
 #endif
 
 #include "compiledexpression.h"
@@ -317,29 +319,7 @@ TEST(CompiledExpression, BatchWithHostNodesWritesEachRowAndRestoresTheVariables)
 }
 
 #if defined(__linux__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-// Runs `work` on a thread whose stack is painted first, and answers how many
-// bytes of it were touched. (Sanitizers enlarge frames: not measured there.)
-template <typename Work>
-std::size_t stackBytesUsed(Work work)
-{
-    constexpr std::size_t size = 1 << 20;
-    std::vector<unsigned char> stack(size, 0xA5);
-    pthread_attr_t attributes;
-    pthread_attr_init(&attributes);
-    pthread_attr_setstack(&attributes, stack.data(), size);
-    pthread_t thread;
-    auto run = [](void* argument) -> void* {
-        (*static_cast<Work*>(argument))();
-        return nullptr;
-    };
-    EXPECT_EQ(pthread_create(&thread, &attributes, run, &work), 0);
-    pthread_join(thread, nullptr);
-    pthread_attr_destroy(&attributes);
-    std::size_t untouched = 0;
-    while (untouched < size && stack[untouched] == 0xA5)
-        ++untouched;
-    return size - untouched;
-}
+using stack_usage::stackBytesUsed;
 
 // The compiler and both kinds of evaluation keep their work lists on the
 // heap: at the depth limit they need a few KiB of stack, far below the
