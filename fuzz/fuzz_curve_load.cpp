@@ -82,9 +82,11 @@ std::vector<double> probeTimes(const SplineBase& curve)
 // Whether evaluating the curve somewhere can reach the debug assertions of
 // the Hermite basis ("s >= 0.0 && s <= 1.0") or of the cycle count
 // ("numOffsets >= 1.0"): a time that is not finite, times so large that the
-// difference of two of them (or of a time and a probe time) overflows, or an
-// ease value that is not finite or so large that the sum of two overflows.
-// Such files are legal, and a build without assertions evaluates them to NaN.
+// difference of two of them (or of a time and a probe time) overflows, an
+// ease value that is not finite or so large that the sum of two overflows, or
+// a first time of 0 and a last time of -0 (the period is then -0, and a time
+// after the curve is minus infinitely many periods on). Such files are legal,
+// and a build without assertions evaluates them to NaN.
 bool reachesEvaluationAssertions(const SplineBase& curve)
 {
     constexpr double modest = 1e300;
@@ -93,7 +95,10 @@ bool reachesEvaluationAssertions(const SplineBase& curve)
         if (!modestNumber(point->time) || !modestNumber(point->tcb.easeFrom) || !modestNumber(point->tcb.easeTo))
             return true;
     }
-    return false;
+    if (curve.controlPoints.empty())
+        return false;
+    const double period = curve.controlPoints.back()->time - curve.controlPoints.front()->time;
+    return period == 0.0 && std::signbit(period);
 }
 
 #ifdef NDEBUG

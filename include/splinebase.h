@@ -111,12 +111,15 @@ public:
 
     // ---- evaluation
     // Built with assertions (Debug), evaluation stops on two assertions that
-    // legal data can reach and a Release build evaluates to NaN: a point time
+    // legal data can reach and a Release build evaluates (mostly to NaN):
+    // a point time
     // that is infinite or NaN, times whose difference overflows (beyond about
     // 9e307), an ease value that is infinite, NaN or so large that a sum of
-    // two overflows, or a list out of time order; in a bezier, TCB or
-    // unknown-type segment ("s >= 0.0 && s <= 1.0" in hermiteBasis) or when
-    // cycling after the curve ("numOffsets >= 1.0"). See docs/reliability.md.
+    // two overflows, or a list out of time order, in a bezier, TCB or
+    // unknown-type segment ("s >= 0.0 && s <= 1.0" in hermiteBasis); the
+    // same times, or points all at time 0 with the first at 0 and the last at
+    // -0, when cycling after the curve ("numOffsets >= 1.0"). See
+    // docs/reliability.md.
     double operator()(const double& t) const;
     // The curve plus `expression`, with the out-of-range modes applied to the
     // sum. Outside the curve it writes the time into the host variables of

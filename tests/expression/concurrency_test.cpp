@@ -59,6 +59,30 @@ TEST(Concurrency, FirstCallsOfInstanceShareOneParser)
     EXPECT_EQ(seen, std::vector<const FunctionParserBase*>(threadCount, &FunctionParserBase::instance()));
 }
 
+// A text that calls rnd builds random nodes while it is parsed, and those
+// advance the process-wide generator without a lock. Parsers of other threads
+// that may meet such texts bound them at 0: "rnd" is then a fault, builds
+// nothing, and the parses may run at once (under ThreadSanitizer, a node
+// built here would be a reported race).
+TEST(Concurrency, ParsersBoundedAtNoRandomNodesParseRandomCallsAtOnce)
+{
+    std::vector<std::size_t> faults(threadCount, 0);
+    runTogether([&](int index) {
+        double t = 0.5;
+        FunctionParserBase parser;
+        parser.insertKey("t", &t);
+        parser.maxRandomNodes = 0;
+        ParseMessage message{};
+        for (int round = 0; round < 200; ++round) {
+            const std::unique_ptr<FunctionFloatBase> tree(parser.parseString("rnd(1)+sin(rnd(t))*2", message));
+            faults[index] = message.errors.size();
+            if ((*tree)() != 0.0)
+                faults[index] = 99;
+        }
+    });
+    EXPECT_EQ(faults, std::vector<std::size_t>(threadCount, 2));
+}
+
 // The generator state that seeds each new random node is initialised once
 // per process, safely against first uses from several threads; advancing it
 // is not locked, so constructions are serialised here as a host must
