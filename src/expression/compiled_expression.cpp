@@ -4,10 +4,12 @@
 #include "compiledexpression.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cassert>
 #include <cstring>
 #include <mutex>
+#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -24,16 +26,17 @@ namespace compiled {
 // Everything a compiled form owns; copies of a CompiledExpression share it.
 struct State {
     Program program;
-    std::vector<Input> inputs;
     bool callsTree = false;      // holds a node evaluated through the tree
     bool nativeAllowed = false;  // native code was allowed when the form was made
     ExecutableBlock scalar;
     mutable std::once_flag batchMade;
     mutable ExecutableBlock batch;  // made on the first batch
 
-    BatchEntry batchEntry() const
+    // `inputs` is inputsOf(program), kept by no form (it is cheap to find
+    // again and would cost every form memory).
+    BatchEntry batchEntry(const std::vector<Input>& inputs) const
     {
-        std::call_once(batchMade, [this] {
+        std::call_once(batchMade, [&] {
             if (nativeAllowed)
                 batch = generateBatchCode(program, inputs);
         });
@@ -90,85 +93,199 @@ double apply(Operation operation, double a, double b)
     }
 }
 
+// The interpreter runs one routine per instruction, chosen when the form is
+// made (Instruction::handler): each routine is the instruction's step,
+// operation and operand form compiled together, so running an instruction
+// costs one indirect call. The accumulator and the next instruction travel
+// in registers (a two-member result), the stack in memory.
+struct Machine {
+    double* top;
+    const Instruction* start;
+};
+
+struct Next {
+    const Instruction* step;
+    double accumulator;
+};
+
+using Handler = Next (*)(Machine&, const Instruction*, double);
+
+template <Form form>
+double leftOperand(Machine& machine, const Instruction& step, double accumulator)
+{
+    switch (form) {
+    case Form::StackAcc:
+        return *--machine.top;
+    case Form::AccStack:
+    case Form::AccConstant:
+    case Form::AccVariable:
+        return accumulator;
+    case Form::ConstantAcc:
+    case Form::ConstantVariable:
+        return step.first.constant;
+    default:  // VariableAcc, VariableVariable, VariableConstant
+        return *step.first.variable;
+    }
+}
+
+template <Form form>
+double rightOperand(Machine& machine, const Instruction& step, double accumulator)
+{
+    switch (form) {
+    case Form::AccStack:
+        return *--machine.top;
+    case Form::AccConstant:
+    case Form::VariableConstant:
+        return step.second.constant;
+    case Form::AccVariable:
+    case Form::VariableVariable:
+    case Form::ConstantVariable:
+        return *step.second.variable;
+    default:  // StackAcc, ConstantAcc, VariableAcc
+        return accumulator;
+    }
+}
+
+template <Operation operation, Form form, bool pushFirst>
+Next binaryStep(Machine& machine, const Instruction* step, double accumulator)
+{
+    if (pushFirst)
+        *machine.top++ = accumulator;
+    const double left = leftOperand<form>(machine, *step, accumulator);
+    const double right = rightOperand<form>(machine, *step, accumulator);
+    return {step + 1, apply(operation, left, right)};
+}
+
+template <Operation operation, bool ofVariable>
+Next unaryStep(Machine&, const Instruction* step, double accumulator)
+{
+    return {step + 1, info(operation).unary(ofVariable ? *step->first.variable : accumulator)};
+}
+
+template <Form form>
+Next loadStep(Machine&, const Instruction* step, double accumulator)
+{
+    return {step + 1, operand(form, step->first, accumulator)};
+}
+
+Next pushStep(Machine& machine, const Instruction* step, double accumulator)
+{
+    *machine.top++ = accumulator;
+    return {step + 1, accumulator};
+}
+
+Next jumpStep(Machine& machine, const Instruction* step, double accumulator)
+{
+    return {machine.start + step->first.target, accumulator};
+}
+
+Next jumpIfZeroStep(Machine& machine, const Instruction* step, double accumulator)
+{
+    return {accumulator == 0.0 ? machine.start + step->first.target : step + 1, accumulator};
+}
+
+Next randomStep(Machine&, const Instruction* step, double accumulator)
+{
+    const auto* node = static_cast<const FunctionFloatRnd*>(step->first.node);
+    return {step + 1, randomNoise(node->randomTable, accumulator)};
+}
+
+Next callNodeStep(Machine&, const Instruction* step, double)
+{
+    return {step + 1, (*step->first.node)()};
+}
+
+constexpr int firstBinary = static_cast<int>(Operation::Add);
+constexpr int binaryOperations = static_cast<int>(Operation::count) - firstBinary;
+constexpr int binaryForms = static_cast<int>(Form::ConstantVariable) + 1;
+constexpr int loadForms = 5;  // Constant .. BoolVariable
+
+template <std::size_t... index>
+constexpr std::array<Handler, sizeof...(index)> binaryHandlers(std::index_sequence<index...>)
+{
+    return {&binaryStep<static_cast<Operation>(firstBinary + index / (2 * binaryForms)),
+                        static_cast<Form>(index / 2 % binaryForms), index % 2 == 1>...};
+}
+
+template <std::size_t... index>
+constexpr std::array<Handler, sizeof...(index)> unaryHandlers(std::index_sequence<index...>)
+{
+    return {&unaryStep<static_cast<Operation>(index / 2), index % 2 == 1>...};
+}
+
+template <std::size_t... index>
+constexpr std::array<Handler, sizeof...(index)> loadHandlers(std::index_sequence<index...>)
+{
+    return {&loadStep<static_cast<Form>(static_cast<int>(Form::Constant) + index)>...};
+}
+
+// The table: the five plain steps, then loads, unary and binary routines.
+struct HandlerTable {
+    static constexpr int loads = 5;
+    static constexpr int unaries = loads + loadForms;
+    static constexpr int binaries = unaries + 2 * firstBinary;
+    static constexpr int size = binaries + 2 * binaryForms * binaryOperations;
+
+    constexpr HandlerTable() : handlers()
+    {
+        const Handler plain[] = {pushStep, jumpStep, jumpIfZeroStep, randomStep, callNodeStep};
+        int next = 0;
+        for (const Handler handler : plain)
+            handlers[next++] = handler;
+        for (const Handler handler : loadHandlers(std::make_index_sequence<loadForms>()))
+            handlers[next++] = handler;
+        for (const Handler handler : unaryHandlers(std::make_index_sequence<2 * firstBinary>()))
+            handlers[next++] = handler;
+        for (const Handler handler : binaryHandlers(std::make_index_sequence<2 * binaryForms * binaryOperations>()))
+            handlers[next++] = handler;
+    }
+
+    Handler handlers[size];
+};
+
+constexpr HandlerTable handlerTable;
+
+std::uint16_t handlerIndex(const Instruction& step)
+{
+    const int operation = static_cast<int>(step.operation);
+    const int form = static_cast<int>(step.form);
+    switch (step.step) {
+    case Step::Push:
+        return 0;
+    case Step::Jump:
+        return 1;
+    case Step::JumpIfZero:
+        return 2;
+    case Step::Random:
+        return 3;
+    case Step::CallNode:
+        return 4;
+    case Step::Load:
+        return static_cast<std::uint16_t>(HandlerTable::loads + form - static_cast<int>(Form::Constant));
+    case Step::Unary:
+        return static_cast<std::uint16_t>(HandlerTable::unaries + 2 * operation + (step.form == Form::Variable));
+    case Step::Binary:
+        break;
+    }
+    return static_cast<std::uint16_t>(HandlerTable::binaries + 2 * ((operation - firstBinary) * binaryForms + form) +
+                                      (step.pushFirst ? 1 : 0));
+}
+
+void chooseHandlers(Program& program)
+{
+    for (Instruction& step : program)
+        step.handler = handlerIndex(step);
+}
+
 double interpretProgram(const Program& program)
 {
     double stack[stackCapacity];
-    double* top = stack;
-    double accumulator = 0.0;
-    const Instruction* const start = program.data();
-    const Instruction* const end = start + program.size();
-    for (const Instruction* step = start; step != end; ++step) {
-        switch (step->step) {
-        case Step::Push:
-            *top++ = accumulator;
-            break;
-        case Step::Jump:
-            step = start + step->first.target - 1;
-            break;
-        case Step::JumpIfZero:
-            if (accumulator == 0.0)
-                step = start + step->first.target - 1;
-            break;
-        case Step::Load:
-            accumulator = operand(step->form, step->first, accumulator);
-            break;
-        case Step::Unary:
-            accumulator = info(step->operation).unary(operand(step->form, step->first, accumulator));
-            break;
-        case Step::Binary: {
-            if (step->pushFirst)
-                *top++ = accumulator;
-            double left, right;
-            switch (step->form) {
-            case Form::StackAcc:
-                left = *--top;
-                right = accumulator;
-                break;
-            case Form::AccStack:
-                left = accumulator;
-                right = *--top;
-                break;
-            case Form::AccConstant:
-                left = accumulator;
-                right = step->second.constant;
-                break;
-            case Form::AccVariable:
-                left = accumulator;
-                right = *step->second.variable;
-                break;
-            case Form::ConstantAcc:
-                left = step->first.constant;
-                right = accumulator;
-                break;
-            case Form::VariableAcc:
-                left = *step->first.variable;
-                right = accumulator;
-                break;
-            case Form::VariableVariable:
-                left = *step->first.variable;
-                right = *step->second.variable;
-                break;
-            case Form::VariableConstant:
-                left = *step->first.variable;
-                right = step->second.constant;
-                break;
-            default:  // ConstantVariable
-                left = step->first.constant;
-                right = *step->second.variable;
-                break;
-            }
-            accumulator = apply(step->operation, left, right);
-            break;
-        }
-        case Step::Random:
-            accumulator = randomNoise(static_cast<const FunctionFloatRnd*>(step->first.node)->randomTable, accumulator);
-            break;
-        case Step::CallNode:
-            accumulator = (*step->first.node)();
-            break;
-        }
-    }
-    return accumulator;
+    Machine machine{stack, program.data()};
+    const Instruction* const end = program.data() + program.size();
+    Next next{program.data(), 0.0};
+    while (next.step != end)
+        next = handlerTable.handlers[next.step->handler](machine, next.step, next.accumulator);
+    return next.accumulator;
 }
 
 // ---------------------------------------------------------------- batches
@@ -285,6 +402,7 @@ Program readingFrom(const Program& program, const std::vector<Input>& inputs, co
                 instruction.form = Form::Variable;
         }
     }
+    chooseHandlers(copy);
     return copy;
 }
 
@@ -340,7 +458,8 @@ CompiledExpression::CompiledExpression(const FunctionFloatBase* root, Backend ba
     assert(root);
     auto made = std::make_shared<compiled::State>();
     made->program = compiled::compileProgram(*root);
-    made->inputs = compiled::inputsOf(made->program);
+    made->program.shrink_to_fit();  // kept for the life of the form
+    compiled::chooseHandlers(made->program);
     made->callsTree = std::any_of(made->program.begin(), made->program.end(), [](const compiled::Instruction& step) {
         return step.step == compiled::Step::CallNode;
     });
@@ -382,19 +501,20 @@ void CompiledExpression::evaluate(std::size_t rows, const Column* columns, std::
         std::fill_n(results, rows, 0.0);
         return;
     }
+    const std::vector<Input> inputs = inputsOf(state->program);
     if (state->callsTree) {
-        const HostVariableWriter writer(state->inputs, columns, columnCount);
+        const HostVariableWriter writer(inputs, columns, columnCount);
         for (std::size_t row = 0; row < rows; ++row) {
             writer.writeRow(row);
             results[row] = (*this)();
         }
         return;
     }
-    BatchFeeder feeder(state->inputs, columns, columnCount);
-    if (const BatchEntry kernel = state->batchEntry())
+    BatchFeeder feeder(inputs, columns, columnCount);
+    if (const BatchEntry kernel = state->batchEntry(inputs))
         return feeder.feed(rows, results, batchLanes(), kernel);
-    std::vector<double> image(state->inputs.size());
-    const Program program = readingFrom(state->program, state->inputs, image.data());
+    std::vector<double> image(inputs.size());
+    const Program program = readingFrom(state->program, inputs, image.data());
     feeder.feed(rows, results, 1, [&](const double* const* table, std::size_t count, double* out) {
         for (std::size_t row = 0; row < count; ++row) {
             for (std::size_t index = 0; index < image.size(); ++index)

@@ -11,8 +11,8 @@
 namespace exprcurve {
 namespace compiled {
 namespace {
-
 using namespace exprcurve::operations;
+}  // namespace
 
 // Unary entries in the order of Operation, then the binary ones. Each calls
 // exactly what its node class calls.
@@ -52,10 +52,6 @@ constexpr OperationInfo operationTable[] = {
 
 static_assert(std::size(operationTable) == static_cast<std::size_t>(Operation::count),
               "one table entry per operation");
-
-}  // namespace
-
-const OperationInfo& info(Operation operation) { return operationTable[static_cast<int>(operation)]; }
 
 bool readsInput(const Instruction& instruction, bool second, Input* input)
 {

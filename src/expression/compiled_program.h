@@ -38,7 +38,9 @@ struct OperationInfo {
     double (*binary)(double, double);
 };
 
-const OperationInfo& info(Operation operation);
+extern const OperationInfo operationTable[static_cast<int>(Operation::count)];
+
+inline const OperationInfo& info(Operation operation) { return operationTable[static_cast<int>(operation)]; }
 
 inline bool isUnary(Operation operation) { return info(operation).unary != nullptr; }
 
@@ -79,7 +81,8 @@ struct Instruction {
     Step step;
     Operation operation;
     Form form;
-    bool pushFirst;  // pushes the accumulator before reading the operands
+    bool pushFirst;         // pushes the accumulator before reading the operands
+    std::uint16_t handler;  // the interpreter's routine for this instruction, set by the interpreter
     Operand first;
     Operand second;
 };

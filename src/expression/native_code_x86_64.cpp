@@ -407,7 +407,7 @@ private:
         if (form == Form::Constant)
             return code.movapd(to, inData(code.constantPair(operand.constant)));
         Input input{};
-        Instruction reading{Step::Load, {}, form, false, operand, {}};
+        Instruction reading{Step::Load, {}, form, false, 0, operand, {}};
         readsInput(reading, false, &input);
         const std::size_t index = inputIndex(input.address, input.kind);
         code.movFromMemory(rax, at(r12, static_cast<std::int32_t>(8 * index)));

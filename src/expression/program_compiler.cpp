@@ -364,7 +364,7 @@ private:
     static Instruction make(Step step, Operation operation, Form form, Operand first = {},
                             Operand second = {})
     {
-        return Instruction{step, operation, form, false, first, second};
+        return Instruction{step, operation, form, false, 0, first, second};
     }
 
     // Tasks run in the order given; the work list is last in, first out.
