@@ -4,6 +4,7 @@
 //
 // Input: 17 bytes of host values (double, float, int, bool), then the text.
 // A shorter input is all text, with the values zero.
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -198,6 +199,37 @@ bool sameResult(double a, double b)
     return bitsOf(a) == bitsOf(b) || (a != a && b != b);
 }
 
+#ifdef EXPRCURVE_FUZZ_COMPILED
+// A batch over rows built from the host's values (special values among
+// them) must give, row by row, what the tree gives with those values
+// written, and leave the host's variables as they were.
+void checkBatch(const exprcurve::CompiledExpression& compiled, const FunctionFloatBase& tree)
+{
+    constexpr std::size_t rows = 7;  // not a whole number of lanes
+    const double xs[rows] = {host.x, -host.x, 0.0, -0.0, host.x * 3.0, HUGE_VAL, host.array[1]};
+    const float ys[rows] = {host.y, 0.5f, -host.y, host.y, 0.0f, host.y * 2.0f, -0.0f};
+    const int ns[rows] = {host.n, 0, 1, -host.n, host.n ^ 3, 7, host.n};
+    const bool bs[rows] = {host.b, !host.b, true, false, host.b, true, false};
+    const exprcurve::Column columns[] = {{&host.x, xs}, {&host.y, ys}, {&host.n, ns}, {&host.b, bs}};
+    // Listed in pieces: the first column alone, then all four.
+    for (const std::size_t columnCount : {std::size_t{1}, std::size_t{4}}) {
+        const HostValues before = host;
+        double results[rows];
+        compiled.evaluate(rows, columns, columnCount, results);
+        require(bitsOf(before.x) == bitsOf(host.x) && std::memcmp(&before.y, &host.y, sizeof host.y) == 0 &&
+                    before.n == host.n && before.b == host.b,
+                "a batch writes no host variable");
+        for (std::size_t row = 0; row < rows; ++row) {
+            host.x = xs[row];
+            if (columnCount == 4)
+                host.y = ys[row], host.n = ns[row], host.b = bs[row];
+            require(sameResult(results[row], tree()), "each batch row matches the tree");
+            host = before;
+        }
+    }
+}
+#endif
+
 // The compiled form must give the tree's result, also as a copy and after a
 // move, and again after the host's values change.
 void checkCompiled(const FunctionFloatBase* tree)
@@ -217,6 +249,8 @@ void checkCompiled(const FunctionFloatBase* tree)
     require(sameResult(moved(), (*tree)()), "a moved copy matches the tree");
     require(sameResult(compiled(), (*tree)()), "compiled evaluation reads variables anew");
     require(sameResult(interpreted(), (*tree)()), "the interpreted program reads variables anew");
+    checkBatch(compiled, *tree);
+    checkBatch(interpreted, *tree);
 #else
     (void)tree;
 #endif
