@@ -195,7 +195,7 @@ Next callNodeStep(Machine&, const Instruction* step, double)
     return {step + 1, (*step->first.node)()};
 }
 
-constexpr int firstBinary = static_cast<int>(Operation::Add);
+constexpr int firstBinary = firstBinaryOperation;
 constexpr int binaryOperations = static_cast<int>(Operation::count) - firstBinary;
 constexpr int binaryForms = static_cast<int>(Form::ConstantVariable) + 1;
 constexpr int loadForms = 5;  // Constant .. BoolVariable

@@ -1,57 +1,45 @@
-// The one table of the operations a compiled program performs.
+// The operations of compiled programs: each is the operation of one node
+// class, its value rule the one the built-in table gives that class.
 #include "compiled_program.h"
 
 #include <algorithm>
-#include <cmath>
-#include <iterator>
-#include <math.h>  // j0, j1
-
-#include "functionfloatoperations.h"
+#include <array>
+#include <cstring>
 
 namespace exprcurve {
 namespace compiled {
 namespace {
-using namespace exprcurve::operations;
-}  // namespace
 
-// Unary entries in the order of Operation, then the binary ones. Each calls
-// exactly what its node class calls.
-constexpr OperationInfo operationTable[] = {
-    {"not", logicalNot, nullptr},
-    {"j0", [](double x) { return ::j0(x); }, nullptr},
-    {"j1", [](double x) { return ::j1(x); }, nullptr},
-    {"floor", [](double x) { return std::floor(x); }, nullptr},
-    {"ceil", [](double x) { return std::ceil(x); }, nullptr},
-    {"tan", [](double x) { return std::tan(x); }, nullptr},
-    {"sin", [](double x) { return std::sin(x); }, nullptr},
-    {"cos", [](double x) { return std::cos(x); }, nullptr},
-    {"tanh", [](double x) { return std::tanh(x); }, nullptr},
-    {"sinh", [](double x) { return std::sinh(x); }, nullptr},
-    {"cosh", [](double x) { return std::cosh(x); }, nullptr},
-    {"atan", [](double x) { return std::atan(x); }, nullptr},
-    {"asin", [](double x) { return std::asin(x); }, nullptr},
-    {"acos", [](double x) { return std::acos(x); }, nullptr},
-    {"sqrt", [](double x) { return std::sqrt(x); }, nullptr},
-    {"abs", flipSignUnlessPositive, nullptr},
-    {"log", [](double x) { return std::log(x); }, nullptr},
-    {"log10", [](double x) { return std::log10(x); }, nullptr},
-    {"exp", [](double x) { return std::exp(x); }, nullptr},
-    {"+", nullptr, [](double a, double b) { return a + b; }},
-    {"-", nullptr, [](double a, double b) { return a - b; }},
-    {"*", nullptr, [](double a, double b) { return a * b; }},
-    {"/", nullptr, [](double a, double b) { return a / b; }},
-    {"^", nullptr, [](double a, double b) { return std::pow(a, b); }},
-    {"&", nullptr, logicalAnd},
-    {"|", nullptr, logicalOr},
-    {"=", nullptr, equal},
-    {">", nullptr, greater},
-    {"<", nullptr, less},
-    {"max", nullptr, maximum},
-    {"min", nullptr, minimum},
+// The node class of each operation, in the order of Operation.
+constexpr const char* classNames[] = {
+    "Neg", "J0", "J1", "Floor", "Ceil", "Tan", "Sin", "Cos", "TanH", "SinH", "CosH", "ATan", "ASin", "ACos", "Sqrt",
+    "Abs", "Log", "L10", "Exp",
+    "Add", "Sub", "Mul", "Div", "Pow", "And", "Or", "Eql", "Grt", "Lss", "Max", "Min",
 };
 
-static_assert(std::size(operationTable) == static_cast<std::size_t>(Operation::count),
-              "one table entry per operation");
+static_assert(std::size(classNames) == static_cast<std::size_t>(Operation::count), "one class per operation");
+
+using Rows = std::array<const BuiltinOperation*, static_cast<std::size_t>(Operation::count)>;
+
+Rows findRows()
+{
+    Rows rows{};
+    for (std::size_t index = 0; index < rows.size(); ++index) {
+        for (const BuiltinOperation& row : builtinOperations) {
+            if (std::strcmp(row.className, classNames[index]) == 0)
+                rows[index] = &row;
+        }
+    }
+    return rows;
+}
+
+}  // namespace
+
+const BuiltinOperation& info(Operation operation)
+{
+    static const Rows rows = findRows();
+    return *rows[static_cast<std::size_t>(operation)];
+}
 
 bool readsInput(const Instruction& instruction, bool second, Input* input)
 {

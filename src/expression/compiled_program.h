@@ -1,7 +1,8 @@
 // The program of a compiled expression (internal): the operations it can
 // perform and its instructions. The compiler writes it, the interpreter runs
 // it and the native code generator translates it; all three work from these
-// definitions and from the one operation table below.
+// definitions and from the built-in table (builtinoperations.h), which gives
+// every operation's value rule.
 //
 // The machine has an accumulator and a stack of values waiting for their
 // right (or left) operand. Every instruction names what it does (`step`, and
@@ -14,6 +15,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "builtinoperations.h"
+
 class FunctionFloatBase;
 
 namespace exprcurve {
@@ -21,7 +24,8 @@ namespace compiled {
 
 // ---------------------------------------------------------------- operations
 
-// Every operation a node of the library computes, unary ones first.
+// Every operation a node of the library computes, unary ones first: the
+// compiled form's own dense numbering of the built-in table's rows.
 enum class Operation : std::uint8_t {
     Not, J0, J1, Floor, Ceil, Tan, Sin, Cos, TanH, SinH, CosH, ATan, ASin, ACos, Sqrt, Abs,
     Log, L10, Exp,
@@ -29,20 +33,14 @@ enum class Operation : std::uint8_t {
     count
 };
 
-// What an operation computes: the very call or IEEE operation of its node
-// class (functionfloatoperations.h holds the rules that are more than one).
-// Exactly one of the two functions is set.
-struct OperationInfo {
-    const char* name;
-    double (*unary)(double);
-    double (*binary)(double, double);
-};
+constexpr int firstBinaryOperation = static_cast<int>(Operation::Add);
 
-extern const OperationInfo operationTable[static_cast<int>(Operation::count)];
+// The row of the built-in table that names the operation's node class and
+// value rule (exactly one of `unary` and `binary` is set): the compiled form
+// computes what the node computes by calling the same rule.
+const BuiltinOperation& info(Operation operation);
 
-inline const OperationInfo& info(Operation operation) { return operationTable[static_cast<int>(operation)]; }
-
-inline bool isUnary(Operation operation) { return info(operation).unary != nullptr; }
+inline bool isUnary(Operation operation) { return static_cast<int>(operation) < firstBinaryOperation; }
 
 // ---------------------------------------------------------------- instructions
 

@@ -25,38 +25,6 @@ namespace {
 
 // ---------------------------------------------------------------- classification
 
-struct UnaryQuery {
-    bool (FunctionFloatUnary::*query)() const;
-    Operation operation;
-};
-
-constexpr UnaryQuery unaryQueries[] = {
-    {&FunctionFloatUnary::isNeg, Operation::Not},     {&FunctionFloatUnary::isJ0, Operation::J0},
-    {&FunctionFloatUnary::isJ1, Operation::J1},       {&FunctionFloatUnary::isFloor, Operation::Floor},
-    {&FunctionFloatUnary::isCeil, Operation::Ceil},   {&FunctionFloatUnary::isTan, Operation::Tan},
-    {&FunctionFloatUnary::isSin, Operation::Sin},     {&FunctionFloatUnary::isCos, Operation::Cos},
-    {&FunctionFloatUnary::isTanH, Operation::TanH},   {&FunctionFloatUnary::isSinH, Operation::SinH},
-    {&FunctionFloatUnary::isCosH, Operation::CosH},   {&FunctionFloatUnary::isATan, Operation::ATan},
-    {&FunctionFloatUnary::isASin, Operation::ASin},   {&FunctionFloatUnary::isACos, Operation::ACos},
-    {&FunctionFloatUnary::isSqrt, Operation::Sqrt},   {&FunctionFloatUnary::isAbs, Operation::Abs},
-    {&FunctionFloatUnary::isLog, Operation::Log},     {&FunctionFloatUnary::isL10, Operation::L10},
-    {&FunctionFloatUnary::isExp, Operation::Exp},
-};
-
-struct BinaryQuery {
-    bool (FunctionFloatBinary::*query)() const;
-    Operation operation;
-};
-
-constexpr BinaryQuery binaryQueries[] = {
-    {&FunctionFloatBinary::isAdd, Operation::Add}, {&FunctionFloatBinary::isSub, Operation::Sub},
-    {&FunctionFloatBinary::isMul, Operation::Mul}, {&FunctionFloatBinary::isDiv, Operation::Div},
-    {&FunctionFloatBinary::isPow, Operation::Pow}, {&FunctionFloatBinary::isAnd, Operation::And},
-    {&FunctionFloatBinary::isOr, Operation::Or},   {&FunctionFloatBinary::isEql, Operation::Eql},
-    {&FunctionFloatBinary::isGrt, Operation::Grt}, {&FunctionFloatBinary::isLss, Operation::Lss},
-    {&FunctionFloatBinary::isMax, Operation::Max}, {&FunctionFloatBinary::isMin, Operation::Min},
-};
-
 enum class Kind { Constant, Variable, FloatVariable, IntVariable, BoolVariable, Unary, Binary, If,
                   Random, Opaque };
 
@@ -89,26 +57,35 @@ Shape innerShape(Kind kind, std::initializer_list<const FunctionFloatBase*> chil
     return shape;
 }
 
-Shape unaryShape(const FunctionFloatUnary& node)
+// The operation among [first, last) whose node class `node` is of.
+bool operationOf(const FunctionFloatBase& node, int first, int last, Operation* found)
 {
-    for (const UnaryQuery& entry : unaryQueries) {
-        if ((node.*entry.query)()) {
-            Shape shape = innerShape(Kind::Unary, {node.arg});
-            shape.operation = entry.operation;
-            return shape;
+    for (int index = first; index < last; ++index) {
+        if (info(static_cast<Operation>(index)).isNodeOf(node)) {
+            *found = static_cast<Operation>(index);
+            return true;
         }
     }
-    return Shape{};
+    return false;
+}
+
+Shape unaryShape(const FunctionFloatUnary& node)
+{
+    Operation operation;
+    if (!operationOf(node, 0, firstBinaryOperation, &operation))
+        return Shape{};
+    Shape shape = innerShape(Kind::Unary, {node.arg});
+    shape.operation = operation;
+    return shape;
 }
 
 Shape binaryShape(const FunctionFloatBinary& node)
 {
-    for (const BinaryQuery& entry : binaryQueries) {
-        if ((node.*entry.query)()) {
-            Shape shape = innerShape(Kind::Binary, {node.arg1, node.arg2});
-            shape.operation = entry.operation;
-            return shape;
-        }
+    Operation operation;
+    if (operationOf(node, firstBinaryOperation, static_cast<int>(Operation::count), &operation)) {
+        Shape shape = innerShape(Kind::Binary, {node.arg1, node.arg2});
+        shape.operation = operation;
+        return shape;
     }
     // Only the random node itself, not a host class derived from it, which
     // may compute something else.
