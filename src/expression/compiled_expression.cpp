@@ -30,17 +30,17 @@ struct State {
     bool nativeAllowed = false;  // native code was allowed when the form was made
     ExecutableBlock scalar;
     mutable std::once_flag batchMade;
-    mutable ExecutableBlock batch;  // made on the first batch
+    mutable BatchCode batch;  // made on the first batch
 
     // `inputs` is inputsOf(program), kept by no form (it is cheap to find
     // again and would cost every form memory).
-    BatchEntry batchEntry(const std::vector<Input>& inputs) const
+    const BatchCode& batchCode(const std::vector<Input>& inputs) const
     {
         std::call_once(batchMade, [&] {
             if (nativeAllowed)
                 batch = generateBatchCode(program, inputs);
         });
-        return reinterpret_cast<BatchEntry>(const_cast<void*>(batch.entry()));
+        return batch;
     }
 };
 
@@ -511,8 +511,10 @@ void CompiledExpression::evaluate(std::size_t rows, const Column* columns, std::
         return;
     }
     BatchFeeder feeder(inputs, columns, columnCount);
-    if (const BatchEntry kernel = state->batchEntry(inputs))
-        return feeder.feed(rows, results, batchLanes(), kernel);
+    const BatchCode& batch = state->batchCode(inputs);
+    if (batch.block)
+        return feeder.feed(rows, results, batch.lanes,
+                           reinterpret_cast<BatchEntry>(const_cast<void*>(batch.block.entry())));
     std::vector<double> image(inputs.size());
     const Program program = readingFrom(state->program, inputs, image.data());
     feeder.feed(rows, results, 1, [&](const double* const* table, std::size_t count, double* out) {

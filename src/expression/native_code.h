@@ -16,8 +16,14 @@ namespace compiled {
 using ScalarEntry = double (*)();
 
 // Computes `rows` results from `inputs[k][row]`, the values of the program's
-// k-th input (see inputsOf) as doubles; `rows` is a multiple of batchLanes().
+// k-th input (see inputsOf) as doubles; `rows` is a multiple of the kernel's
+// lanes.
 using BatchEntry = void (*)(const double* const* inputs, std::size_t rows, double* results);
+
+struct BatchCode {
+    ExecutableBlock block;  // a BatchEntry, or empty
+    std::size_t lanes = 1;  // rows computed at once
+};
 
 // Code computing what interpreting `program` computes, or an empty block
 // when there is no code generator, the program holds an instruction that
@@ -25,11 +31,13 @@ using BatchEntry = void (*)(const double* const* inputs, std::size_t rows, doubl
 ExecutableBlock generateScalarCode(const Program& program);
 
 // The batch kernel of a program that calls nothing through the tree, or an
-// empty block. `inputs` is inputsOf(program).
-ExecutableBlock generateBatchCode(const Program& program, const std::vector<Input>& inputs);
+// empty block. `inputs` is inputsOf(program). Four lanes (AVX) where the
+// processor and the system support them, else two (SSE2).
+BatchCode generateBatchCode(const Program& program, const std::vector<Input>& inputs);
 
-// Rows the batch kernel computes at once.
-std::size_t batchLanes();
+// For tests: false makes kernels made afterwards use two lanes even where
+// four could be had, so that both kinds can be checked on one machine.
+void allowWideBatches(bool allowed);
 
 }  // namespace compiled
 }  // namespace exprcurve

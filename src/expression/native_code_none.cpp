@@ -10,8 +10,8 @@ ExecutableBlock& ExecutableBlock::operator=(ExecutableBlock&&) noexcept { return
 ExecutableBlock::~ExecutableBlock() = default;
 
 ExecutableBlock generateScalarCode(const Program&) { return ExecutableBlock(); }
-ExecutableBlock generateBatchCode(const Program&, const std::vector<Input>&) { return ExecutableBlock(); }
-std::size_t batchLanes() { return 1; }
+BatchCode generateBatchCode(const Program&, const std::vector<Input>&) { return BatchCode{}; }
+void allowWideBatches(bool) {}
 
 void replaceMemoryCalls(const MemoryCalls*) {}
 PoolStatistics poolStatistics() { return PoolStatistics{0, 0, 0, 0, true}; }

@@ -12,15 +12,17 @@
 // interpreter runs, so the bits cannot differ. A call clobbers every xmm
 // register, so the slots held in registers are saved to the frame around it.
 //
-// The batch kernel runs the same program over rows, two at a time in the
-// lanes of packed SSE2 registers: addpd, mulpd, maxpd and the others round
-// each lane exactly as their scalar forms do; comparisons become masks
+// The batch kernel runs the same program over rows, four at a time in the
+// lanes of AVX registers where the processor has them (chosen when the
+// kernel is made), else two at a time in SSE2 registers: addpd, mulpd,
+// maxpd and the others round each lane exactly as their scalar forms do; comparisons become masks
 // (cmppd) and-ed with 1.0; calls are made lane by lane. "if" computes both
 // branches, which the library's own nodes allow (they have no effects), and
 // selects per lane by the exact test against zero.
 #include "native_code.h"
 
 #include <algorithm>
+#include <atomic>
 #include <optional>
 #include <vector>
 
@@ -32,6 +34,8 @@ namespace compiled {
 namespace {
 
 using namespace x86_64;
+
+std::atomic<bool> wideBatchesAllowed{true};
 
 constexpr Xmm accumulator{0};
 constexpr Xmm scratch{1};
@@ -177,7 +181,7 @@ private:
     {
         switch (form) {
         case Form::Constant:
-            return code.movsd(to, inData(code.constantPair(operand.constant)));
+            return code.movsd(to, inData(code.constant(operand.constant)));
         case Form::Variable:
             code.movFromMemory(rax, inData(code.address(operand.variable)));
             return code.movsd(to, at(rax));
@@ -272,10 +276,20 @@ private:
 // ---------------------------------------------------------------- batch
 
 // Registers of the batch kernel: rbx the row, r12 the input table, r13 the
-// results, r14 the row count; all four are kept across calls.
+// results, r14 the row count; all four are kept across calls. The frame
+// holds the stack slots beyond the registers and three lane buffers for
+// calls, each as wide as a register.
 class BatchGenerator : public Generator {
 public:
-    BatchGenerator(const Program& program, const std::vector<Input>& inputs) : program(program), inputs(inputs) {}
+    BatchGenerator(const Program& program, const std::vector<Input>& inputs, bool wide)
+        : program(program), inputs(inputs)
+    {
+        code.wide = wide;
+        laneBytes = static_cast<std::int32_t>(8 * code.lanes());
+        laneArea = laneBytes * slotCapacity;
+        // After four pushes rsp is 8 below a multiple of 16; the frame realigns it.
+        frameSize = laneArea + 3 * laneBytes + 8;
+    }
 
     bool generate()
     {
@@ -297,9 +311,11 @@ public:
         }
         selectEndedIfs(program.size());
         code.movupd(atIndexed(r13, rbx), accumulator);
-        code.addImmediate8(rbx, static_cast<std::int8_t>(lanes));
+        code.addImmediate8(rbx, static_cast<std::int8_t>(code.lanes()));
         code.bind(code.jump(), loop);
         code.bind(exit, code.position());
+        if (code.wide)
+            code.vzeroupper();  // the caller may run SSE code
         code.addRsp(frameSize);
         for (const Gpr saved : {r14, r13, r12, rbx})
             code.pop(saved);
@@ -307,14 +323,10 @@ public:
         return true;
     }
 
-    static constexpr std::size_t lanes = 2;
 
 private:
     static constexpr int slotsInRegisters = 12;  // xmm2..xmm13; xmm14, xmm15 are scratch
     static constexpr int slotCapacity = stackCapacity;
-    static constexpr std::int32_t laneArea = 16 * slotCapacity;  // three 16-byte lane buffers
-    // After four pushes rsp is 8 below a multiple of 16; the frame realigns it.
-    static constexpr std::int32_t frameSize = laneArea + 48 + 8;
     static constexpr Xmm mask{14};
     static constexpr Xmm spare{15};
 
@@ -405,7 +417,7 @@ private:
     void load(Xmm to, Form form, const Operand& operand) override
     {
         if (form == Form::Constant)
-            return code.movapd(to, inData(code.constantPair(operand.constant)));
+            return code.movupd(to, inData(code.constantLanes(operand.constant)));
         Input input{};
         Instruction reading{Step::Load, {}, form, false, 0, operand, {}};
         readsInput(reading, false, &input);
@@ -420,7 +432,7 @@ private:
         if (slot < slotsInRegisters)
             code.movapd(slotRegister(slot), accumulator);
         else
-            code.movapd(at(rsp, 16 * slot), accumulator);
+            code.movupd(at(rsp, laneBytes * slot), accumulator);
     }
 
     void pop(Xmm to) override
@@ -429,7 +441,7 @@ private:
         if (slot < slotsInRegisters)
             code.movapd(to, slotRegister(slot));
         else
-            code.movapd(to, at(rsp, 16 * slot));
+            code.movupd(to, at(rsp, laneBytes * slot));
     }
 
     void binary(const Instruction& step)
@@ -438,8 +450,8 @@ private:
         combine(step.operation);
     }
 
-    Memory constant(double value) { return inData(code.constantPair(value)); }
-    Memory magnitudeMask() { return inData(code.constantBitsPair(0x7FFFFFFFFFFFFFFFull)); }
+    Memory constant(double value) { return inData(code.constantLanes(value)); }
+    Memory magnitudeMask() { return inData(code.constantBitsLanes(0x7FFFFFFFFFFFFFFFull)); }
 
     // accumulator = 1.0 where the mask in `from` is set, else 0.0
     void truthFromMask(Xmm from)
@@ -453,7 +465,7 @@ private:
     void magnitudeAboveTolerance()
     {
         code.andpd(accumulator, magnitudeMask());
-        code.movapd(spare, constant(exprcurveTruthTolerance));
+        code.movupd(spare, constant(exprcurveTruthTolerance));
         code.cmppd(spare, accumulator, Compare::Less);
         truthFromMask(spare);
     }
@@ -504,7 +516,7 @@ private:
             return truthFromMask(accumulator);
         case Operation::Abs:  // x > 0 ? x : -x, the sign flipped for 0, -0 and NaN
             code.movapd(scratch, accumulator);
-            code.xorpd(scratch, inData(code.constantBitsPair(0x8000000000000000ull)));
+            code.xorpd(scratch, inData(code.constantBitsLanes(0x8000000000000000ull)));
             code.xorpd(mask, mask);
             code.cmppd(mask, accumulator, Compare::Less);
             code.andpd(accumulator, mask);
@@ -520,22 +532,24 @@ private:
     {
         const int held = std::min(depth, slotsInRegisters);
         for (int slot = 0; slot < held; ++slot)
-            code.movapd(at(rsp, 16 * slot), slotRegister(slot));
-        const Memory left = at(rsp, laneArea), right = at(rsp, laneArea + 16), results = at(rsp, laneArea + 32);
-        code.movapd(left, accumulator);
+            code.movupd(at(rsp, laneBytes * slot), slotRegister(slot));
+        const std::int32_t left = laneArea, right = laneArea + laneBytes, results = laneArea + 2 * laneBytes;
+        code.movupd(at(rsp, left), accumulator);
         if (binary)
-            code.movapd(right, scratch);
+            code.movupd(at(rsp, right), scratch);
+        if (code.wide)
+            code.vzeroupper();  // the functions are SSE code
         const Memory target = inData(code.address(function));
-        for (std::int32_t lane = 0; lane < static_cast<std::int32_t>(lanes); ++lane) {
-            code.movsd(accumulator, at(rsp, laneArea + 8 * lane));
+        for (std::int32_t lane = 0; lane < static_cast<std::int32_t>(code.lanes()); ++lane) {
+            code.movsd(accumulator, at(rsp, left + 8 * lane));
             if (binary)
-                code.movsd(scratch, at(rsp, laneArea + 16 + 8 * lane));
+                code.movsd(scratch, at(rsp, right + 8 * lane));
             code.callThrough(target);
-            code.movsd(at(rsp, laneArea + 32 + 8 * lane), accumulator);
+            code.movsd(at(rsp, results + 8 * lane), accumulator);
         }
-        code.movapd(accumulator, results);
+        code.movupd(accumulator, at(rsp, results));
         for (int slot = 0; slot < held; ++slot)
-            code.movapd(slotRegister(slot), at(rsp, 16 * slot));
+            code.movupd(slotRegister(slot), at(rsp, laneBytes * slot));
     }
 
     static Xmm slotRegister(int slot) { return Xmm{2 + slot}; }
@@ -544,6 +558,9 @@ private:
     const std::vector<Input>& inputs;
     std::vector<std::size_t> openIfs;  // where each open "if" ends
     int depth = 0;
+    std::int32_t laneBytes = 16;
+    std::int32_t laneArea = 0;
+    std::int32_t frameSize = 0;
 };
 
 }  // namespace
@@ -556,15 +573,16 @@ ExecutableBlock generateScalarCode(const Program& program)
     return placeCode(generator.code.image);
 }
 
-ExecutableBlock generateBatchCode(const Program& program, const std::vector<Input>& inputs)
+BatchCode generateBatchCode(const Program& program, const std::vector<Input>& inputs)
 {
-    BatchGenerator generator(program, inputs);
+    const bool wide = wideBatchesAllowed.load() && __builtin_cpu_supports("avx");
+    BatchGenerator generator(program, inputs, wide);
     if (!generator.generate())
-        return ExecutableBlock();
-    return placeCode(generator.code.image);
+        return BatchCode{};
+    return BatchCode{placeCode(generator.code.image), generator.code.lanes()};
 }
 
-std::size_t batchLanes() { return BatchGenerator::lanes; }
+void allowWideBatches(bool allowed) { wideBatchesAllowed.store(allowed); }
 
 }  // namespace compiled
 }  // namespace exprcurve

@@ -47,20 +47,11 @@ public:
 
     // -------------------------------------------------------- data
 
-    // A 16-byte entry holding `value` twice (scalar code reads the first).
-    std::size_t constantPair(double value)
+    std::size_t constant(double value)
     {
-        std::uint8_t bytes[16];
+        std::uint8_t bytes[8];
         std::memcpy(bytes, &value, 8);
-        std::memcpy(bytes + 8, &value, 8);
-        return dataEntry(bytes, 16);
-    }
-
-    std::size_t constantBitsPair(std::uint64_t bits)
-    {
-        double value;
-        std::memcpy(&value, &bits, sizeof value);
-        return constantPair(value);
+        return dataEntry(bytes, 8);
     }
 
     std::size_t address(const void* pointer)
@@ -88,32 +79,57 @@ public:
 
     // -------------------------------------------------------- packed double
 
-    void movapd(Xmm to, Xmm from) { sse(0x66, 0x28, to.number, from.number); }
-    void movapd(Xmm to, Memory from) { sse(0x66, 0x28, to.number, from); }
-    void movapd(Memory to, Xmm from) { sse(0x66, 0x29, from.number, to); }
-    void movupd(Xmm to, Memory from) { sse(0x66, 0x10, to.number, from); }
-    void movupd(Memory to, Xmm from) { sse(0x66, 0x11, from.number, to); }
-    void addpd(Xmm to, Xmm from) { sse(0x66, 0x58, to.number, from.number); }
-    void mulpd(Xmm to, Xmm from) { sse(0x66, 0x59, to.number, from.number); }
-    void subpd(Xmm to, Xmm from) { sse(0x66, 0x5C, to.number, from.number); }
-    void minpd(Xmm to, Xmm from) { sse(0x66, 0x5D, to.number, from.number); }
-    void divpd(Xmm to, Xmm from) { sse(0x66, 0x5E, to.number, from.number); }
-    void maxpd(Xmm to, Xmm from) { sse(0x66, 0x5F, to.number, from.number); }
-    void andpd(Xmm to, Xmm from) { sse(0x66, 0x54, to.number, from.number); }
-    void andpd(Xmm to, Memory from) { sse(0x66, 0x54, to.number, from); }
-    void andnpd(Xmm to, Xmm from) { sse(0x66, 0x55, to.number, from.number); }
-    void orpd(Xmm to, Xmm from) { sse(0x66, 0x56, to.number, from.number); }
-    void xorpd(Xmm to, Xmm from) { sse(0x66, 0x57, to.number, from.number); }
-    void xorpd(Xmm to, Memory from) { sse(0x66, 0x57, to.number, from); }
+    // Packed instructions work on the 128-bit xmm registers (SSE2, two
+    // lanes) or, when `wide`, on the 256-bit ymm registers (AVX, four lanes,
+    // VEX-encoded with the destination as first source, so each computes
+    // what its SSE2 form computes, per lane).
+    bool wide = false;
+
+    std::size_t lanes() const { return wide ? 4 : 2; }
+
+    void movapd(Xmm to, Xmm from) { packed(0x28, to.number, from.number, false); }
+    void movupd(Xmm to, Memory from) { packed(0x10, to.number, from, false); }
+    void movupd(Memory to, Xmm from) { packed(0x11, from.number, to, false); }
+    void addpd(Xmm to, Xmm from) { packed(0x58, to.number, from.number); }
+    void mulpd(Xmm to, Xmm from) { packed(0x59, to.number, from.number); }
+    void subpd(Xmm to, Xmm from) { packed(0x5C, to.number, from.number); }
+    void minpd(Xmm to, Xmm from) { packed(0x5D, to.number, from.number); }
+    void divpd(Xmm to, Xmm from) { packed(0x5E, to.number, from.number); }
+    void maxpd(Xmm to, Xmm from) { packed(0x5F, to.number, from.number); }
+    void andpd(Xmm to, Xmm from) { packed(0x54, to.number, from.number); }
+    void andpd(Xmm to, Memory from) { packed(0x54, to.number, from); }
+    void andnpd(Xmm to, Xmm from) { packed(0x55, to.number, from.number); }
+    void orpd(Xmm to, Xmm from) { packed(0x56, to.number, from.number); }
+    void xorpd(Xmm to, Xmm from) { packed(0x57, to.number, from.number); }
+    void xorpd(Xmm to, Memory from) { packed(0x57, to.number, from); }
     void cmppd(Xmm to, Xmm from, Compare predicate)
     {
-        sse(0x66, 0xC2, to.number, from.number);
+        packed(0xC2, to.number, from.number);
         byte(static_cast<std::uint8_t>(predicate));
     }
     void cmppd(Xmm to, Memory from, Compare predicate)
     {
-        sse(0x66, 0xC2, to.number, from, 1);
+        packed(0xC2, to.number, from, true, 1);
         byte(static_cast<std::uint8_t>(predicate));
+    }
+    // Clears the upper halves of the ymm registers, before calling code
+    // that uses SSE and before returning.
+    void vzeroupper() { bytes({0xC5, 0xF8, 0x77}); }
+
+    // A 16-byte entry (32 when wide) holding `value` in every lane.
+    std::size_t constantLanes(double value)
+    {
+        std::uint8_t entry[32];
+        for (int lane = 0; lane < 4; ++lane)
+            std::memcpy(entry + 8 * lane, &value, 8);
+        return dataEntry(entry, wide ? 32 : 16);
+    }
+
+    std::size_t constantBitsLanes(std::uint64_t bits)
+    {
+        double value;
+        std::memcpy(&value, &bits, sizeof value);
+        return constantLanes(value);
     }
 
     // -------------------------------------------------------- general registers
@@ -247,12 +263,47 @@ private:
         word32(static_cast<std::uint32_t>(value));
     }
 
+    // 66 [REX] 0F opcode, or VEX.256.66.0F opcode with vvvv the destination
+    // when `threeOperand` (else unused).
+    void packed(std::uint8_t opcode, int reg, int rm, bool threeOperand = true)
+    {
+        if (!wide)
+            return sse(0x66, opcode, reg, rm);
+        vex(reg, threeOperand ? reg : 0, 0, rm);
+        byte(opcode);
+        modrm(3, reg, rm);
+    }
+
+    void packed(std::uint8_t opcode, int reg, const Memory& memory, bool threeOperand = true, std::size_t trailing = 0)
+    {
+        if (!wide)
+            return sse(0x66, opcode, reg, memory, trailing);
+        vex(reg, threeOperand ? reg : 0, memory.index < 0 ? 0 : memory.index, memory.base < 0 ? 0 : memory.base);
+        byte(opcode);
+        memoryOperand(reg, memory, trailing);
+    }
+
+    // The three-byte VEX prefix for map 0F, prefix 66, 256 bits; register
+    // numbers and `source` (vvvv) are stored inverted, as the encoding wants.
+    void vex(int reg, int source, int index, int base)
+    {
+        byte(0xC4);
+        byte(static_cast<std::uint8_t>((reg >= 8 ? 0 : 0x80) | (index >= 8 ? 0 : 0x40) | (base >= 8 ? 0 : 0x20) | 0x01));
+        byte(static_cast<std::uint8_t>((~source & 15) << 3 | 0x04 | 0x01));
+    }
+
     // [REX] opcode ModRM [SIB] [displacement] for a memory operand.
-    void instruction(bool wide, std::initializer_list<std::uint8_t> opcode, int reg, const Memory& memory,
+    void instruction(bool wide64, std::initializer_list<std::uint8_t> opcode, int reg, const Memory& memory,
                      std::size_t trailing = 0)
     {
-        rex(wide, reg, memory.index < 0 ? 0 : memory.index, memory.base < 0 ? 0 : memory.base);
+        rex(wide64, reg, memory.index < 0 ? 0 : memory.index, memory.base < 0 ? 0 : memory.base);
         bytes(opcode);
+        memoryOperand(reg, memory, trailing);
+    }
+
+    // ModRM [SIB] [displacement] of a memory operand.
+    void memoryOperand(int reg, const Memory& memory, std::size_t trailing)
+    {
         if (memory.dataOffset >= 0) {
             modrm(0, reg, 5);  // [rip + displacement]
             const std::size_t at = position();

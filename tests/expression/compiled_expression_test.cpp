@@ -25,6 +25,7 @@
 
 #include "compiledexpression.h"
 #include "executable_memory.h"
+#include "native_code.h"
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
 
@@ -117,8 +118,16 @@ struct Inputs {
                     << text << (compiled == &native ? " native" : " interpreted") << describe();
         }
         drawAll();  // unlisted in no batch: every variable comes from a column
+        // A second native form whose batch kernel is made with two lanes
+        // (SSE2) even where four (AVX) could be had.
+        const CompiledExpression narrow(tree.get());
+        exprcurve::compiled::allowWideBatches(false);
+        std::vector<double> results(rounds);
+        narrow.evaluate(rounds, batch.columns.data(), batch.columns.size(), results.data());
+        exprcurve::compiled::allowWideBatches(true);
+        for (int round = 0; round < rounds; ++round)
+            ASSERT_EQ(bitsOf(results[round]), batch.expected[round]) << text << " two-lane batch row " << round;
         for (const CompiledExpression* compiled : {&native, &interpreted}) {
-            std::vector<double> results(rounds);
             compiled->evaluate(rounds, batch.columns.data(), batch.columns.size(), results.data());
             for (int round = 0; round < rounds; ++round)
                 ASSERT_EQ(bitsOf(results[round]), batch.expected[round])
