@@ -49,11 +49,12 @@
 // same either way, and usesNativeCode() tells which one runs.
 //
 // Batches: evaluate() computes many rows in one call, the values of listed
-// variables taken from columns. Native code runs a loop over the rows with
-// two rows in the lanes of packed SSE2 registers (each lane rounds exactly
-// as the scalar instruction does) and computes both branches of an "if",
-// selecting per row; every result is bit for bit what operator() gives for
-// that row.
+// variables taken from columns. Native code runs a loop over the rows, four
+// rows per AVX instruction where the processor has AVX (two per SSE2
+// instruction elsewhere); each lane rounds exactly as the scalar instruction
+// does, math functions are called lane by lane, and an "if" computes both
+// branches and selects per row. Every result is bit for bit what operator()
+// gives for that row.
 #ifndef EXPRCURVE_COMPILEDEXPRESSION_H
 #define EXPRCURVE_COMPILEDEXPRESSION_H
 

@@ -117,7 +117,9 @@ Chunk* Pool::makeChunk(std::size_t code, std::size_t data)
     void* executable = writable == MAP_FAILED ? MAP_FAILED : calls.map(nullptr, size, PROT_READ, MAP_SHARED, fd, 0);
     // The mappings keep the object alive; the descriptor is not needed. A
     // failed close leaves nothing mapped or executable behind.
+    const int mapError = errno;
     calls.close(fd);
+    errno = mapError;
     if (executable == MAP_FAILED || calls.protect(executable, codeLimit, PROT_READ | PROT_EXEC) != 0) {
         const int error = errno;
         if (executable != MAP_FAILED && calls.unmap(executable, size) != 0)
@@ -206,6 +208,8 @@ void Pool::release(Chunk* chunk)
 void Pool::replaceCalls(const MemoryCalls* replacement)
 {
     const std::lock_guard<std::mutex> lock(mutex);
+    // Every chunk is a real mapping, whatever calls made it.
+    calls = systemCalls;
     retireCurrent();
     calls = replacement ? *replacement : systemCalls;
     disabled = false;
