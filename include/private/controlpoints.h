@@ -12,18 +12,34 @@
 
 namespace exprcurve_detail {
 
-// The lowest index in [from, end) whose time is not below t, or `end`. A NaN
-// time never stops the scan. findIndex and the segment search of every
-// single-time evaluation walk the list through here, so the loop is kept to
-// a load, a compare and a branch per point.
+inline double timeOf(const PointInfo* point)
+{
+    return point->time;
+}
+inline double timeOf(const double& time)
+{
+    return time;
+}
+
+// The lowest index in [from, end) whose time is not below t, or `end`, over a
+// list of records or of their times. A NaN time never stops the scan.
+// findIndex and the segment search of every single-time evaluation walk the
+// list through here, so the loop is kept to a load, a compare and a branch
+// per point.
+template <typename Entry>
+inline std::size_t firstNotBelow(const Entry* entries, const double& t, std::size_t from,
+                                 const std::size_t end)
+{
+    const double time = t;
+    while (from < end && !(time <= timeOf(entries[from])))
+        ++from;
+    return from;
+}
+
 inline std::size_t firstNotBelow(const std::vector<PointInfo*>& points, const double& t,
                                  std::size_t from, const std::size_t end)
 {
-    const double time = t;
-    PointInfo* const* const data = points.data();
-    while (from < end && !(time <= data[from]->time))
-        ++from;
-    return from;
+    return firstNotBelow(points.data(), t, from, end);
 }
 
 // Inserts `point` in front of the first listed point whose time is not below
@@ -40,25 +56,33 @@ inline bool staysSortedWithoutNaN(const double& previous, const double& time)
     return !std::isnan(time) && !(previous > time);
 }
 
-// Builds a list by the insertion rule above, in constant time per point in
-// the common case. While the list is sorted and holds no NaN time, a point
-// whose time lies strictly beyond the last one is where insertOrdered would
-// end up after scanning the whole list, so it is appended directly; every
-// other point goes through insertOrdered. A NaN time ends the fast path for
-// good, since insertOrdered puts it at the front and the list is no longer
-// sorted. The result is the list that insertOrdered alone would build.
+// Builds a list from empty by the insertion rule above, in O(N log N) for
+// any order of the points. The rule puts every point with a time into the
+// sorted block in front of the first NaN point of the list (its scan stops
+// there at the latest), and every NaN point at the very front, where it ends
+// the block the later points go into. So the finished list is the points
+// that arrived after the last NaN, then that NaN, then the points between it
+// and the NaN before, and so on back to the points before the first NaN;
+// each block sorted by time, equal times in the reverse of their arrival
+// (each goes in front of those already there). The builder takes the points
+// in arrival order and puts the list in that order when it goes out of scope:
+// until then the list is not sorted. A list that arrives sorted, without NaN
+// and without equal times, is already in order and is left as it is.
 class OrderedBuilder {
 public:
-    // Checks `list` once; an empty list starts on the fast path.
+    // `list` must be empty.
     explicit OrderedBuilder(std::vector<PointInfo*>& list);
+    // Puts the list in order, also when the building stops on an exception.
+    ~OrderedBuilder();
+    OrderedBuilder(const OrderedBuilder&) = delete;
+    OrderedBuilder& operator=(const OrderedBuilder&) = delete;
 
     // Takes `point` into the list. If the list cannot grow (the allocation
-    // exception), the point is not inserted and stays the caller's.
-    void insert(PointInfo* point);
+    // exception), the point is not taken and stays the caller's.
+    void insert(PointInfo* point) { list.push_back(point); }
 
 private:
     std::vector<PointInfo*>& list;
-    bool sortedWithoutNaN;
 };
 
 // Deletes every non-null record (nulling each entry first) and empties the

@@ -1,15 +1,19 @@
 // The pieces of curve evaluation shared by the plain and the
-// expression-driven evaluation, one time at a time or in bulk (internal, not
+// expression-driven evaluation of a curve and of its snapshot (internal, not
 // installed): where a time falls, the value inside a segment, the ease
-// mapping, the cycle shift, the slope of linear extrapolation, and the two
-// evaluations themselves. The grouping of every floating-point operation is
-// part of the curve's bit-exact results.
+// mapping, the cycle shift, and the two evaluations themselves. The grouping
+// of every floating-point operation is part of the curve's bit-exact results.
 //
-// Both evaluations are written once, over a segment source: a class that
-// tells where a time falls (locate) and gives the value inside a segment
-// (value). FrontScan is the source of the single-time evaluation and works on
-// any list; the bulk sampling brings its own source for verified-sorted
-// lists, which must give the same answers.
+// Both evaluations are written once, over a curve source: a class that gives
+// the curve's ends and modes, tells where a time falls (locate) and gives the
+// value inside a segment (value). FrontScan is the source over a SplineBase's
+// own records and works on any list; the snapshot (curve_snapshot.h) is the
+// other, and must give the same answers.
+//
+// The value inside a segment is written once for any lane type: a double, or
+// a group of doubles whose every operation rounds each lane as the scalar
+// operation does (lane_pair.h), so that bulk evaluation gives every time its
+// single-time value bit for bit.
 #ifndef EXPRCURVE_PRIVATE_CURVEEVALUATION_H
 #define EXPRCURVE_PRIVATE_CURVEEVALUATION_H
 
@@ -59,21 +63,43 @@ inline CurveLocation locateTime(const std::vector<PointInfo*>& points, const dou
                          [&] { return firstNotBelow(points, t, 1, count - 1); });
 }
 
+// ------------------------------------------------------------ one segment
+
+// How the value inside a segment is computed: from the type of its end point,
+// and for a Hermite segment whether its ease moves any position.
+enum class SegmentKind : unsigned char { Step, Linear, Hermite, EasedHermite };
+
 // Whether the ease of a segment's start (a, the easeFrom of its first point)
 // and end (b, the easeTo of its last point) leaves every position in it as it
-// is: too little ease in all, or a negative one. It depends on the segment
-// alone, so a bulk evaluation can decide it once per segment.
+// is: too little ease in all, or a negative one.
 inline bool easeIsInactive(const double& a, const double& b)
 {
     return 1e-5 > a + b || a < 0.0 || b < 0.0;
 }
 
-// Maps the segment position s through the ease of the segment's start and
-// end (see easeIsInactive).
-inline double easedPosition(const double& s, double a, double b)
+inline SegmentKind segmentKind(const PointInfo& start, const PointInfo& end)
 {
-    if (easeIsInactive(a, b))
-        return s;
+    if (end.type == kv_spline::STEP)
+        return SegmentKind::Step;
+    if (end.type == kv_spline::LINEAR)
+        return SegmentKind::Linear;
+    return easeIsInactive(start.tcb.easeFrom, end.tcb.easeTo) ? SegmentKind::Hermite
+                                                                : SegmentKind::EasedHermite;
+}
+
+// The constants of an active ease: the two ease values scaled to a sum of at
+// most 1, the factor k, and the factors of the two curved ends. Each is what
+// the mapping of a position computes from the same operands.
+struct EaseShape {
+    double start;      // a
+    double endBegins;  // 1.0 - b
+    double factor;     // k
+    double startRate;  // k / (a + 1e-5)
+    double endRate;    // k / (b + 1e-5)
+};
+
+inline EaseShape easeShape(double a, double b)
+{
     const double sum = a + b;
     double k;
     if (sum > 1.0) {
@@ -83,28 +109,40 @@ inline double easedPosition(const double& s, double a, double b)
     } else {
         k = 1.0 / (2.0 - sum);
     }
-    if (a > s)
-        return s * ((k / (a + 1e-5)) * s);
-    if ((1.0 - b) > s)
-        return ((s + s) - a) * k;
-    return 1.0 - ((k / (b + 1e-5)) * (1.0 - s)) * (1.0 - s);
+    return {a, 1.0 - b, k, k / (a + 1e-5), k / (b + 1e-5)};
 }
 
-// What the value inside one segment needs besides the time: its two points
-// and, for a Hermite segment, its two end tangents. Preparing it once lets a
-// bulk evaluation reuse it for every time in the segment.
-struct SegmentShape {
-    const PointInfo* start;
-    const PointInfo* end;
-    double startTangent;  // Hermite segments only
-    double endTangent;
-};
-
-// A segment is Hermite unless its end point is STEP or LINEAR.
-inline bool isHermite(const PointInfo& end)
+// Per lane, ifTrue where the condition holds, else ifFalse; for one lane, a
+// plain choice.
+inline double select(bool condition, const double& ifTrue, const double& ifFalse)
 {
-    return end.type != kv_spline::STEP && end.type != kv_spline::LINEAR;
+    return condition ? ifTrue : ifFalse;
 }
+
+// Maps the segment position s through an active ease: a quadratic start
+// while s is below a, a straight middle, a quadratic end from 1 - b on.
+template <typename Lane>
+inline Lane easedPosition(const EaseShape& ease, const Lane& s)
+{
+    const Lane rest = Lane(1.0) - s;
+    const Lane easingIn = s * (Lane(ease.startRate) * s);
+    const Lane cruising = ((s + s) - Lane(ease.start)) * Lane(ease.factor);
+    const Lane easingOut = Lane(1.0) - (Lane(ease.endRate) * rest) * rest;
+    return select(Lane(ease.start) > s, easingIn,
+                  select(Lane(ease.endBegins) > s, cruising, easingOut));
+}
+
+// Everything the value inside one segment needs besides the time.
+struct SegmentShape {
+    SegmentKind kind;
+    double startTime;
+    double endTime;
+    double startValue;
+    double endValue;
+    double startTangent;  // Hermite kinds only
+    double endTangent;
+    EaseShape ease;  // EasedHermite only
+};
 
 // Segment `segment` (1 <= segment < count). A segment at either end of the
 // curve stands in its own end point for the missing neighbour.
@@ -113,34 +151,81 @@ inline SegmentShape segmentShape(const SplineBase& curve, const std::size_t& seg
     const std::vector<PointInfo*>& points = curve.controlPoints;
     const PointInfo* start = points[segment - 1];
     const PointInfo* end = points[segment];
-    if (!isHermite(*end))
-        return {start, end, 0.0, 0.0};
+    SegmentShape shape{segmentKind(*start, *end), start->time, end->time, start->value,
+                       end->value, 0.0, 0.0, {}};
+    if (shape.kind == SegmentKind::Step || shape.kind == SegmentKind::Linear)
+        return shape;
     const PointInfo* beforeStart = segment == 1 ? start : points[segment - 2];
     const PointInfo* afterEnd = segment + 1 == points.size() ? end : points[segment + 1];
-    return {start, end, curve.getLeftTan(beforeStart, start, end),
-            curve.getRightTan(start, end, afterEnd)};
+    shape.startTangent = curve.getLeftTan(beforeStart, start, end);
+    shape.endTangent = curve.getRightTan(start, end, afterEnd);
+    if (shape.kind == SegmentKind::EasedHermite)
+        shape.ease = easeShape(start->tcb.easeFrom, end->tcb.easeTo);
+    return shape;
 }
 
-// The curve's value at t inside the segment. The kind of the segment is the
-// type of its end point; every code other than STEP and LINEAR is a Hermite
-// segment.
-inline double valueInSegment(const SegmentShape& shape, const double& t)
+// The position of t in the segment: 0 at its start, 1 at its end.
+template <typename Lane>
+inline Lane segmentPosition(const SegmentShape& shape, const Lane& t)
 {
-    const PointInfo* start = shape.start;
-    const PointInfo* end = shape.end;
-    const double dt = end->time - start->time;
-    const double s = (t - start->time) / dt;
-
-    if (end->type == kv_spline::STEP)
-        return start->value;
-    if (end->type == kv_spline::LINEAR)
-        return start->value + s * (end->value - start->value);
-
-    double h1, h2, h3, h4;
-    hermiteBasis(easedPosition(s, start->tcb.easeFrom, end->tcb.easeTo), h1, h2, h3, h4);
-    return ((start->value * h1 + end->value * h2) + shape.startTangent * h3) +
-           shape.endTangent * h4;
+    return (t - Lane(shape.startTime)) / Lane(shape.endTime - shape.startTime);
 }
+
+// The Hermite value at the position s, eased already where the segment eases.
+template <typename Lane>
+inline Lane hermiteAtPosition(const SegmentShape& shape, const Lane& s)
+{
+    Lane h1, h2, h3, h4;
+    hermiteBasis(s, h1, h2, h3, h4);
+    return ((Lane(shape.startValue) * h1 + Lane(shape.endValue) * h2) +
+            Lane(shape.startTangent) * h3) +
+           Lane(shape.endTangent) * h4;
+}
+
+// The value at t inside a segment of each kind. A STEP segment holds its
+// start value up to and including its end.
+template <typename Lane>
+inline Lane stepValue(const SegmentShape& shape, const Lane&)
+{
+    return Lane(shape.startValue);
+}
+
+template <typename Lane>
+inline Lane linearValue(const SegmentShape& shape, const Lane& t)
+{
+    return Lane(shape.startValue) +
+           segmentPosition(shape, t) * Lane(shape.endValue - shape.startValue);
+}
+
+template <typename Lane>
+inline Lane hermiteValue(const SegmentShape& shape, const Lane& t)
+{
+    return hermiteAtPosition(shape, segmentPosition(shape, t));
+}
+
+template <typename Lane>
+inline Lane easedHermiteValue(const SegmentShape& shape, const Lane& t)
+{
+    return hermiteAtPosition(shape, easedPosition(shape.ease, segmentPosition(shape, t)));
+}
+
+template <typename Lane>
+inline Lane valueInSegment(const SegmentShape& shape, const Lane& t)
+{
+    switch (shape.kind) {
+    case SegmentKind::Step:
+        return stepValue(shape, t);
+    case SegmentKind::Linear:
+        return linearValue(shape, t);
+    case SegmentKind::Hermite:
+        return hermiteValue(shape, t);
+    case SegmentKind::EasedHermite:
+        break;
+    }
+    return easedHermiteValue(shape, t);
+}
+
+// ------------------------------------------------------------ whole curve
 
 // The whole periods between the first point and t, and t moved back by them.
 struct CycleShift {
@@ -148,10 +233,10 @@ struct CycleShift {
     double shiftedTime;
 };
 
-inline CycleShift cycleShift(const PointInfo& first, const PointInfo& last, const double& t)
+inline CycleShift cycleShift(const double& firstTime, const double& lastTime, const double& t)
 {
-    const double span = last.time - first.time;
-    const double numOffsets = std::floor((t - first.time) / span);
+    const double span = lastTime - firstTime;
+    const double numOffsets = std::floor((t - firstTime) / span);
     return {numOffsets, t - span * numOffsets};
 }
 
@@ -171,13 +256,30 @@ inline double arrivalSlope(const SplineBase& curve)
     return curve.getTangentLeftAtNode(lastIndex, ratio);
 }
 
-// The segment source of the single-time evaluation: a front-to-back scan and
-// a segment prepared afresh for every time. Any list.
+// The curve source of the single-time evaluation of a SplineBase: its own
+// records, a front-to-back scan, and a segment prepared afresh for every
+// time. Any list.
 class FrontScan {
 public:
+    struct Cursor {};  // a scan starts at the front every time
+
     explicit FrontScan(const SplineBase& curve) : curve(curve) {}
 
-    CurveLocation locate(const double& t) const { return locateTime(curve.controlPoints, t); }
+    std::size_t pointCount() const { return curve.controlPoints.size(); }
+    double defaultValue() const { return curve.defaultValue; }
+    int preMode() const { return curve.preExtrapolation; }
+    int postMode() const { return curve.postExtrapolation; }
+    double firstTime() const { return curve.controlPoints.front()->time; }
+    double firstValue() const { return curve.controlPoints.front()->value; }
+    double lastTime() const { return curve.controlPoints.back()->time; }
+    double lastValue() const { return curve.controlPoints.back()->value; }
+    bool lastIsStep() const { return curve.controlPoints.back()->type == kv_spline::STEP; }
+    double arrivalSlope() const { return exprcurve_detail::arrivalSlope(curve); }
+
+    CurveLocation locate(const double& t, Cursor&) const
+    {
+        return locateTime(curve.controlPoints, t);
+    }
     double value(const std::size_t& segment, const double& t) const
     {
         return valueInSegment(segmentShape(curve, segment), t);
@@ -187,57 +289,44 @@ private:
     const SplineBase& curve;
 };
 
-// The plain evaluation of `curve` at one time, over a segment source.
-template <typename Segments>
-class PlainEvaluation {
-public:
-    PlainEvaluation(const SplineBase& curve, Segments& segments)
-        : curve(curve), segments(segments)
-    {
+// The plain evaluation of a curve source at one time. The cursor is the
+// source's own: where its last lookup ended.
+template <typename Curve>
+double plainValue(const Curve& curve, const double& t, typename Curve::Cursor& cursor)
+{
+    if (curve.pointCount() == 0)
+        return curve.defaultValue();
+
+    const CurveLocation location = curve.locate(t, cursor);
+    if (location.region == CurveLocation::Before)
+        return curve.preMode() == kv_spline::EXTRAPOLATE_ZERO ? 0.0 : curve.firstValue();
+    if (location.region == CurveLocation::Inside)
+        return curve.value(location.segment, t);
+
+    const int postMode = curve.postMode();
+    if (postMode == kv_spline::EXTRAPOLATE_ZERO)
+        return 0.0;
+    if (postMode == kv_spline::EXTRAPOLATE_CONSTANT || curve.pointCount() == 1)
+        return curve.lastValue();
+    if (postMode == kv_spline::EXTRAPOLATE_LINEAR) {
+        if (curve.lastIsStep())
+            return curve.lastValue();
+        return curve.lastValue() + (t - curve.lastTime()) * curve.arrivalSlope();
     }
 
-    double operator()(const double& t) const
-    {
-        const std::vector<PointInfo*>& points = curve.controlPoints;
-        if (points.empty())
-            return curve.defaultValue;
-
-        const PointInfo& first = *points.front();
-        const PointInfo& last = *points.back();
-        const CurveLocation location = segments.locate(t);
-        if (location.region == CurveLocation::Before)
-            return curve.preExtrapolation == kv_spline::EXTRAPOLATE_ZERO ? 0.0 : first.value;
-        if (location.region == CurveLocation::Inside)
-            return segments.value(location.segment, t);
-
-        if (curve.postExtrapolation == kv_spline::EXTRAPOLATE_ZERO)
-            return 0.0;
-        if (curve.postExtrapolation == kv_spline::EXTRAPOLATE_CONSTANT || points.size() == 1)
-            return last.value;
-        if (curve.postExtrapolation == kv_spline::EXTRAPOLATE_LINEAR) {
-            if (last.type == kv_spline::STEP)
-                return last.value;
-            return last.value + (t - last.time) * arrivalSlope(curve);
-        }
-
-        const CycleShift shift = cycleShift(first, last, t);
-        const double numOffsets = shift.numOffsets;
-        assert(numOffsets >= 1.0);
-        // Only a list whose last point lies before its first gets here (a
-        // sorted one always has at least one whole period behind t); shifting
-        // by no period would come back to this same time for ever.
-        if (numOffsets < 1.0)
-            return last.value;
-        const double cycled = (*this)(shift.shiftedTime);
-        if (curve.postExtrapolation == kv_spline::EXTRAPOLATE_CYCLE)
-            return cycled;
-        return (last.value - first.value) * numOffsets + cycled;
-    }
-
-private:
-    const SplineBase& curve;
-    Segments& segments;
-};
+    const CycleShift shift = cycleShift(curve.firstTime(), curve.lastTime(), t);
+    const double numOffsets = shift.numOffsets;
+    assert(numOffsets >= 1.0);
+    // Only a list whose last point lies before its first gets here (a sorted
+    // one always has at least one whole period behind t); shifting by no
+    // period would come back to this same time for ever.
+    if (numOffsets < 1.0)
+        return curve.lastValue();
+    const double cycled = plainValue(curve, shift.shiftedTime, cursor);
+    if (postMode == kv_spline::EXTRAPOLATE_CYCLE)
+        return cycled;
+    return (curve.lastValue() - curve.firstValue()) * numOffsets + cycled;
+}
 
 // ------------------------------------------------ expression-driven evaluation
 
@@ -263,64 +352,22 @@ double evaluateAt(const TimeKeys& keys, const double& x, FunctionFloatBase* expr
 double expressionSlopeBack(const TimeKeys& keys, const double& atLast,
                            FunctionFloatBase* expression, const double& timeScale);
 
-// The curve plus the expression at one time, over a segment source. The keys
-// are looked up on the first path that needs them and then kept for the
-// object's lifetime.
-template <typename Segments>
-class ExpressionEvaluation {
+// The expression and its time keys. The keys are looked up on the first path
+// that needs them and then kept for the object's lifetime.
+class ExpressionOfTime {
 public:
-    ExpressionEvaluation(const SplineBase& curve, FunctionFloatBase* expression,
-                         const double& timeScale, Segments& segments)
-        : curve(curve), expression(expression), timeScale(timeScale), segments(segments)
+    ExpressionOfTime(FunctionFloatBase* expression, const double& timeScale)
+        : expression(expression), timeScale(timeScale)
     {
     }
 
-    double operator()(const double& t)
+    // The expression with the keys as they stand.
+    double now() const { return (*expression)(); }
+    // The expression shown the time x.
+    double at(const double& x) { return evaluateAt(keys(), x, expression, timeScale); }
+    double slopeBack(const double& atLast)
     {
-        const std::vector<PointInfo*>& points = curve.controlPoints;
-        if (points.empty())
-            return curve.defaultValue;
-
-        const PointInfo& first = *points.front();
-        const PointInfo& last = *points.back();
-        const CurveLocation location = segments.locate(t);
-
-        // Inside the curve the expression sees the keys as the caller left them.
-        if (location.region == CurveLocation::Inside) {
-            const double expressionValue = (*expression)();
-            return expressionValue + segments.value(location.segment, t);
-        }
-
-        if (location.region == CurveLocation::Before) {
-            if (curve.preExtrapolation == kv_spline::EXTRAPOLATE_ZERO)
-                return 0.0;
-            return evaluateAt(keys(), first.time, expression, timeScale) + first.value;
-        }
-
-        if (curve.postExtrapolation == kv_spline::EXTRAPOLATE_ZERO)
-            return 0.0;
-        if (curve.postExtrapolation == kv_spline::EXTRAPOLATE_CONSTANT || points.size() == 1)
-            return evaluateAt(keys(), last.time, expression, timeScale) + last.value;
-
-        if (curve.postExtrapolation == kv_spline::EXTRAPOLATE_LINEAR) {
-            const double atLast = evaluateAt(keys(), last.time, expression, timeScale);
-            const double curveSlope = arrivalSlope(curve);
-            const double expressionSlope =
-                expressionSlopeBack(keys(), atLast, expression, timeScale);
-            return ((t - last.time) * (curveSlope + expressionSlope)) + last.value + atLast;
-        }
-
-        const CycleShift shift = cycleShift(first, last, t);
-        const double numOffsets = shift.numOffsets;
-        assert(numOffsets >= 1.0);
-        const double shifted = evaluateAt(keys(), shift.shiftedTime, expression, timeScale);
-        const PlainEvaluation<Segments> plain(curve, segments);
-        if (curve.postExtrapolation == kv_spline::EXTRAPOLATE_CYCLE)
-            return shifted + plain(shift.shiftedTime);
-        const double atFirst = evaluateAt(keys(), first.time, expression, timeScale);
-        const double atLast = evaluateAt(keys(), last.time, expression, timeScale);
-        return shifted + (numOffsets * ((atLast + last.value) - (atFirst + first.value)) +
-                          plain(shift.shiftedTime));
+        return expressionSlopeBack(keys(), atLast, expression, timeScale);
     }
 
 private:
@@ -333,13 +380,61 @@ private:
         return timeKeys;
     }
 
-    const SplineBase& curve;
     FunctionFloatBase* expression;
-    const double& timeScale;
-    Segments& segments;
+    double timeScale;
     TimeKeys timeKeys{nullptr, nullptr};
     bool keysFetched = false;
 };
+
+// The curve source plus the expression at one time, with the out-of-range
+// modes applied to the sum.
+template <typename Curve>
+double valueWithExpression(const Curve& curve, const double& t, typename Curve::Cursor& cursor,
+                           ExpressionOfTime& expression)
+{
+    if (curve.pointCount() == 0)
+        return curve.defaultValue();
+
+    const CurveLocation location = curve.locate(t, cursor);
+
+    // Inside the curve the expression sees the keys as the caller left them.
+    if (location.region == CurveLocation::Inside) {
+        const double expressionValue = expression.now();
+        return expressionValue + curve.value(location.segment, t);
+    }
+
+    if (location.region == CurveLocation::Before) {
+        if (curve.preMode() == kv_spline::EXTRAPOLATE_ZERO)
+            return 0.0;
+        return expression.at(curve.firstTime()) + curve.firstValue();
+    }
+
+    const int postMode = curve.postMode();
+    if (postMode == kv_spline::EXTRAPOLATE_ZERO)
+        return 0.0;
+    if (postMode == kv_spline::EXTRAPOLATE_CONSTANT || curve.pointCount() == 1)
+        return expression.at(curve.lastTime()) + curve.lastValue();
+
+    if (postMode == kv_spline::EXTRAPOLATE_LINEAR) {
+        const double atLast = expression.at(curve.lastTime());
+        const double curveSlope = curve.arrivalSlope();
+        const double expressionSlope = expression.slopeBack(atLast);
+        return ((t - curve.lastTime()) * (curveSlope + expressionSlope)) + curve.lastValue() +
+               atLast;
+    }
+
+    const CycleShift shift = cycleShift(curve.firstTime(), curve.lastTime(), t);
+    const double numOffsets = shift.numOffsets;
+    assert(numOffsets >= 1.0);
+    const double shifted = expression.at(shift.shiftedTime);
+    if (postMode == kv_spline::EXTRAPOLATE_CYCLE)
+        return shifted + plainValue(curve, shift.shiftedTime, cursor);
+    const double atFirst = expression.at(curve.firstTime());
+    const double atLast = expression.at(curve.lastTime());
+    return shifted + (numOffsets * ((atLast + curve.lastValue()) -
+                                    (atFirst + curve.firstValue())) +
+                      plainValue(curve, shift.shiftedTime, cursor));
+}
 
 }  // namespace exprcurve_detail
 

@@ -1,7 +1,8 @@
 #include "controlpoints.h"
 
+#include <algorithm>
+#include <cassert>
 #include <cmath>
-#include <limits>
 
 #include "splinebase.h"
 
@@ -19,33 +20,46 @@ unsigned int insertOrdered(std::vector<PointInfo*>& list, PointInfo* point)
 
 namespace {
 
-bool isSortedWithoutNaN(const std::vector<PointInfo*>& list)
+bool hasNaNTime(const PointInfo* point)
 {
-    double previous = -std::numeric_limits<double>::infinity();
-    for (const PointInfo* point : list) {
-        if (!staysSortedWithoutNaN(previous, point->time))
+    return std::isnan(point->time);
+}
+
+// Whether every point arrived after the one before it in time (no NaN, no
+// equal times), so that each was appended.
+bool arrivedInOrder(const std::vector<PointInfo*>& list)
+{
+    for (std::size_t i = 1; i < list.size(); ++i) {
+        if (!(list[i]->time > list[i - 1]->time))
             return false;
-        previous = point->time;
     }
     return true;
 }
 
 }  // namespace
 
-OrderedBuilder::OrderedBuilder(std::vector<PointInfo*>& list)
-    : list(list), sortedWithoutNaN(isSortedWithoutNaN(list))
+OrderedBuilder::OrderedBuilder(std::vector<PointInfo*>& list) : list(list)
 {
+    assert(list.empty());
 }
 
-void OrderedBuilder::insert(PointInfo* point)
+// Reversed, the arrivals are the blocks in their final order with the NaN
+// points between them, and each block's equal times in their final order;
+// sorting each block stably by time finishes it.
+OrderedBuilder::~OrderedBuilder()
 {
-    const double time = point->time;
-    if (std::isnan(time))
-        sortedWithoutNaN = false;
-    if (sortedWithoutNaN && (list.empty() || time > list.back()->time))
-        list.push_back(point);
-    else
-        insertOrdered(list, point);
+    if (arrivedInOrder(list))
+        return;
+    std::reverse(list.begin(), list.end());
+    const auto byTime = [](const PointInfo* a, const PointInfo* b) { return a->time < b->time; };
+    auto block = list.begin();
+    for (;;) {
+        const auto nextNaN = std::find_if(block, list.end(), hasNaNTime);
+        std::stable_sort(block, nextNaN, byTime);
+        if (nextNaN == list.end())
+            break;
+        block = nextNaN + 1;
+    }
 }
 
 void deleteAll(std::vector<PointInfo*>& list)

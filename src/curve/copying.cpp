@@ -8,6 +8,7 @@
 // twice. The same order serves a different source too; the old records are
 // never needed by it, they merely live until the new list is built.
 #include <algorithm>
+#include <functional>
 #include <memory>
 
 #include "controlpoints.h"
@@ -61,10 +62,24 @@ void takeModes(SplineBase& target, const SplineBase& source)
     target.postExtrapolation = source.postExtrapolation;
 }
 
-bool isSelected(const PointInfo* point, const std::vector<const PointInfo*>& selection)
-{
-    return std::find(selection.begin(), selection.end(), point) != selection.end();
-}
+// The selection's addresses in order, so that each source point is looked up
+// in O(log S) instead of by a walk through the whole selection.
+class Selection {
+public:
+    explicit Selection(const std::vector<const PointInfo*>& entries) : sorted(entries)
+    {
+        std::sort(sorted.begin(), sorted.end(), std::less<const PointInfo*>());
+    }
+
+    bool names(const PointInfo* point) const
+    {
+        return std::binary_search(sorted.begin(), sorted.end(), point,
+                                  std::less<const PointInfo*>());
+    }
+
+private:
+    std::vector<const PointInfo*> sorted;
+};
 
 }  // namespace
 
@@ -93,8 +108,11 @@ void SplineBase::copyRefs(const SplineBase& source)
     if (&source == this)
         return;
     controlPoints.clear();
-    for (PointInfo* point : source.controlPoints)
-        insertOrdered(controlPoints, point);
+    {
+        OrderedBuilder builder(controlPoints);
+        for (PointInfo* point : source.controlPoints)
+            builder.insert(point);
+    }
     takeModes(*this, source);
 }
 
@@ -104,11 +122,12 @@ void SplineBase::copyRefs(const SplineBase& source)
 void SplineBase::copySelected(const SplineBase& source,
                               const std::vector<const PointInfo*>& selection)
 {
+    const Selection selected(selection);
     const DetachedRecords previous(controlPoints);
     modified = true;
     OrderedBuilder builder(controlPoints);
     for (const PointInfo* point : sourcePoints(source, *this, previous)) {
-        if (isSelected(point, selection))
+        if (selected.names(point))
             insertCopy(builder, *point, point->time);
     }
     takeModes(*this, source);

@@ -104,6 +104,6 @@ double SplineBase::getTangentRightAtNode(const unsigned int& index, double& rati
 
 double SplineBase::operator()(const double& t) const
 {
-    FrontScan scan(*this);
-    return exprcurve_detail::PlainEvaluation<FrontScan>(*this, scan)(t);
+    FrontScan::Cursor cursor;
+    return exprcurve_detail::plainValue(FrontScan(*this), t, cursor);
 }

@@ -147,7 +147,7 @@ double expressionSlopeBack(const TimeKeys& keys, const double& atLast,
 double SplineBase::operator()(const double& t, FunctionFloatBase* expression,
                               const double& timeScale)
 {
-    FrontScan scan(*this);
-    return exprcurve_detail::ExpressionEvaluation<FrontScan>(*this, expression, timeScale,
-                                                             scan)(t);
+    exprcurve_detail::ExpressionOfTime withExpression(expression, timeScale);
+    FrontScan::Cursor cursor;
+    return exprcurve_detail::valueWithExpression(FrontScan(*this), t, cursor, withExpression);
 }

@@ -1,0 +1,87 @@
+// The public face of a curve's snapshot. Everything it answers comes from
+// CurveSnapshot, which bulk sampling of a SplineBase uses too.
+#include "compiledcurve.h"
+
+#include <utility>
+
+#include "curve_snapshot.h"
+
+namespace exprcurve {
+
+using exprcurve_detail::CurveSnapshot;
+
+namespace {
+
+// What a CompiledCurve without storage (moved from) answers with.
+const CurveSnapshot& emptySnapshot()
+{
+    static const CurveSnapshot empty;
+    return empty;
+}
+
+}  // namespace
+
+CompiledCurve::CompiledCurve() : data(new CurveSnapshot()) {}
+
+CompiledCurve::CompiledCurve(const SplineBase& curve) : data(new CurveSnapshot())
+{
+    data->build(curve);
+}
+
+CompiledCurve::~CompiledCurve() = default;
+
+CompiledCurve::CompiledCurve(const CompiledCurve& other)
+    : data(new CurveSnapshot(other.snapshot()))
+{
+}
+
+CompiledCurve& CompiledCurve::operator=(const CompiledCurve& other)
+{
+    if (this != &other)
+        data.reset(new CurveSnapshot(other.snapshot()));
+    return *this;
+}
+
+CompiledCurve::CompiledCurve(CompiledCurve&& other) noexcept = default;
+CompiledCurve& CompiledCurve::operator=(CompiledCurve&& other) noexcept = default;
+
+void CompiledCurve::rebuild(const SplineBase& curve)
+{
+    if (!data)
+        data.reset(new CurveSnapshot());
+    data->build(curve);
+}
+
+const CurveSnapshot& CompiledCurve::snapshot() const
+{
+    return data ? *data : emptySnapshot();
+}
+
+double CompiledCurve::operator()(double t) const
+{
+    return snapshot()(t);
+}
+
+double CompiledCurve::operator()(double t, std::size_t& hint) const
+{
+    return exprcurve_detail::plainValue(snapshot(), t, hint);
+}
+
+void CompiledCurve::sample(const double* times, double* values, std::size_t count) const
+{
+    snapshot().sample(times, values, count);
+}
+
+double CompiledCurve::operator()(double t, FunctionFloatBase* expression, double timeScale) const
+{
+    exprcurve_detail::ExpressionOfTime withExpression(expression, timeScale);
+    std::size_t cursor = 0;
+    return exprcurve_detail::valueWithExpression(snapshot(), t, cursor, withExpression);
+}
+
+std::size_t CompiledCurve::size() const
+{
+    return snapshot().pointCount();
+}
+
+}  // namespace exprcurve
