@@ -11,7 +11,7 @@
 
 namespace tool {
 
-CurveSampler::CurveSampler(SplineBase& curve, const ExpressionInput& expression)
+CurveSampler::CurveSampler(const SplineBase& curve, const ExpressionInput& expression)
     : curve_(curve), scale_(expression.scale)
 {
     if (expression.expression.empty())
@@ -33,7 +33,7 @@ CurveSampler::CurveSampler(SplineBase& curve, const ExpressionInput& expression)
 double CurveSampler::operator()(double time)
 {
     if (!expression_)
-        return curve_(time);
+        return curve_(time, hint_);
     // Inside the curve the expression sees the keys as they stand, so they
     // are set to the time first; outside the curve the evaluation sets them.
     *time_ = time;
@@ -43,8 +43,11 @@ double CurveSampler::operator()(double time)
 
 std::vector<double> CurveSampler::sample(const std::vector<double>& times)
 {
-    if (!expression_)
-        return curve_.sample(times);
+    if (!expression_) {
+        std::vector<double> values(times.size());
+        curve_.sample(times.data(), values.data(), times.size());
+        return values;
+    }
     std::vector<double> values;
     values.reserve(times.size());
     for (double t : times)

@@ -1,12 +1,15 @@
 // Evaluating a loaded curve, alone or together with an expression of the
-// keys "t" and "f", as a host program would.
+// keys "t" and "f", as a host program would: through the curve's runtime
+// form, built once.
 #ifndef EXPRCURVE_TOOLS_CURVE_SAMPLING_H
 #define EXPRCURVE_TOOLS_CURVE_SAMPLING_H
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "compiledcurve.h"
 #include "curve_commands.h"
 #include "functionfloatbase.h"
 #include "splinebase.h"
@@ -18,12 +21,13 @@ class CurveSampler {
 public:
     // Parses the expression, if any, against the process-wide parser with
     // "t" and "f" bound; throws a Failure when the text has faults.
-    CurveSampler(SplineBase& curve, const ExpressionInput& expression);
+    CurveSampler(const SplineBase& curve, const ExpressionInput& expression);
     double operator()(double time);
     std::vector<double> sample(const std::vector<double>& times);
 
 private:
-    SplineBase& curve_;
+    exprcurve::CompiledCurve curve_;
+    std::size_t hint_ = 0;  // successive times are found from the last one
     double scale_;
     std::unique_ptr<VariableTable> variables_;
     double* time_ = nullptr;
