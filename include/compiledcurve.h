@@ -81,8 +81,6 @@ public:
     std::size_t size() const;  // points in the snapshot
 
 private:
-    const exprcurve_detail::CurveSnapshot& snapshot() const;
-
     std::unique_ptr<exprcurve_detail::CurveSnapshot> data;
 };
 

@@ -19,6 +19,14 @@ const CurveSnapshot& emptySnapshot()
     return empty;
 }
 
+// A file-local function rather than a member, so that every evaluation can
+// inline it: a member of an exported class may be replaced from outside the
+// library.
+const CurveSnapshot& snapshotOf(const std::unique_ptr<CurveSnapshot>& data)
+{
+    return data ? *data : emptySnapshot();
+}
+
 }  // namespace
 
 CompiledCurve::CompiledCurve() : data(new CurveSnapshot()) {}
@@ -31,14 +39,14 @@ CompiledCurve::CompiledCurve(const SplineBase& curve) : data(new CurveSnapshot()
 CompiledCurve::~CompiledCurve() = default;
 
 CompiledCurve::CompiledCurve(const CompiledCurve& other)
-    : data(new CurveSnapshot(other.snapshot()))
+    : data(new CurveSnapshot(snapshotOf(other.data)))
 {
 }
 
 CompiledCurve& CompiledCurve::operator=(const CompiledCurve& other)
 {
     if (this != &other)
-        data.reset(new CurveSnapshot(other.snapshot()));
+        data.reset(new CurveSnapshot(snapshotOf(other.data)));
     return *this;
 }
 
@@ -52,36 +60,32 @@ void CompiledCurve::rebuild(const SplineBase& curve)
     data->build(curve);
 }
 
-const CurveSnapshot& CompiledCurve::snapshot() const
-{
-    return data ? *data : emptySnapshot();
-}
-
 double CompiledCurve::operator()(double t) const
 {
-    return snapshot()(t);
+    std::size_t searchFromScratch = 0;
+    return exprcurve_detail::plainValue(snapshotOf(data), t, searchFromScratch);
 }
 
 double CompiledCurve::operator()(double t, std::size_t& hint) const
 {
-    return exprcurve_detail::plainValue(snapshot(), t, hint);
+    return exprcurve_detail::plainValue(snapshotOf(data), t, hint);
 }
 
 void CompiledCurve::sample(const double* times, double* values, std::size_t count) const
 {
-    snapshot().sample(times, values, count);
+    snapshotOf(data).sample(times, values, count);
 }
 
 double CompiledCurve::operator()(double t, FunctionFloatBase* expression, double timeScale) const
 {
     exprcurve_detail::ExpressionOfTime withExpression(expression, timeScale);
     std::size_t cursor = 0;
-    return exprcurve_detail::valueWithExpression(snapshot(), t, cursor, withExpression);
+    return exprcurve_detail::valueWithExpression(snapshotOf(data), t, cursor, withExpression);
 }
 
 std::size_t CompiledCurve::size() const
 {
-    return snapshot().pointCount();
+    return snapshotOf(data).pointCount();
 }
 
 }  // namespace exprcurve

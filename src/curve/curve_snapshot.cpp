@@ -1,6 +1,7 @@
 #include "curve_snapshot.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 
 #include "lane_pair.h"
@@ -9,17 +10,16 @@ namespace exprcurve_detail {
 
 namespace {
 
-// How far a lookup gallops from its cursor, in doubling steps, before it
-// halves the rest of the list instead: time that follows the cursor is found
-// in a few probes, a time far away costs little more than a search from
-// scratch.
-constexpr int gallopDoublings = 6;
+bool holds(const SegmentShape& shape, const double& t)
+{
+    return shape.startTime < t && t <= shape.endTime;
+}
 
 // Evaluates the times from `begin` on while the segment holds them (its start
-// time below, its end time not), two at a time and then one at a time, with
-// `kernel`, which computes each lane as the single-time evaluation does. The
-// time at `begin` is held. Each time is read before its value is written, so
-// the times may be the values' array. Returns where the run ends.
+// time below, its end time not), two at a time and the rest one at a time,
+// with `kernel`, which computes each lane as the single-time evaluation does.
+// Each time is read before its value is written, so the times may be the
+// values' array. Returns where the run ends.
 template <typename Kernel>
 std::size_t fillWhileHeld(const SegmentShape& shape, const double* times, double* values,
                           std::size_t begin, const std::size_t& count, const Kernel& kernel)
@@ -32,16 +32,107 @@ std::size_t fillWhileHeld(const SegmentShape& shape, const double* times, double
             break;
         kernel(t).store(values + begin);
     }
-    for (; begin < count; ++begin) {
-        const double t = times[begin];
-        if (!(shape.startTime < t && t <= shape.endTime))
-            break;
-        values[begin] = kernel(t);
-    }
+    for (; begin < count && holds(shape, times[begin]); ++begin)
+        values[begin] = kernel(times[begin]);
     return begin;
 }
 
+template <SegmentKind kind>
+std::size_t fillRunOfKind(const SegmentShape& shape, const double* times, double* values,
+                          std::size_t begin, const std::size_t& count)
+{
+    return fillWhileHeld(shape, times, values, begin, count, [&](const auto& t) {
+        if constexpr (kind == SegmentKind::Step)
+            return stepValue(shape, t);
+        else if constexpr (kind == SegmentKind::Linear)
+            return linearValue(shape, t);
+        else if constexpr (kind == SegmentKind::Hermite)
+            return hermiteValue(shape, t);
+        else
+            return easedHermiteValue(shape, t);
+    });
+}
+
+// The segments' kinds as the walk sees them: every segment of one kind, known
+// before the walk, so that the compiler drops what the other kinds would
+// need; or each segment's own. A run is given its segment's index, not its
+// shape, so that the walk keeps the shape of a lone time in registers.
+template <SegmentKind kind>
+struct EverySegment {
+    SegmentKind of(const SegmentTable&, const std::size_t&) const { return kind; }
+    std::size_t fillRun(const SegmentTable& table, const std::size_t& segment, const double* times,
+                        double* values, std::size_t begin, const std::size_t& count) const
+    {
+        return fillRunOfKind<kind>(table.shapeOf(segment, kind), times, values, begin, count);
+    }
+};
+
+struct EachSegment {
+    SegmentKind of(const SegmentTable& table, const std::size_t& segment) const
+    {
+        return table.kinds[segment];
+    }
+    std::size_t fillRun(const SegmentTable& table, const std::size_t& segment, const double* times,
+                        double* values, std::size_t begin, const std::size_t& count) const
+    {
+        const SegmentShape shape = table.shapeOf(segment);
+        switch (shape.kind) {
+        case SegmentKind::Step:
+            return fillRunOfKind<SegmentKind::Step>(shape, times, values, begin, count);
+        case SegmentKind::Linear:
+            return fillRunOfKind<SegmentKind::Linear>(shape, times, values, begin, count);
+        case SegmentKind::Hermite:
+            return fillRunOfKind<SegmentKind::Hermite>(shape, times, values, begin, count);
+        case SegmentKind::EasedHermite:
+            break;
+        }
+        return fillRunOfKind<SegmentKind::EasedHermite>(shape, times, values, begin, count);
+    }
+};
+
 }  // namespace
+
+// The walk stands in one segment at a time. A time beyond its end (and not
+// beyond the curve's) is found by walking on, so ascending times walk the
+// list and the times together; any other inside time is searched for from
+// the whole list; times outside the curve take the whole evaluation. A time
+// that the segment the walk stands in holds starts a run: it and the times
+// after it that the segment holds are evaluated by the segment's kernel,
+// two at a time. So times that each fall in a segment of their own pay
+// nothing for runs.
+template <typename KindOf>
+void CurveSnapshot::walk(const double* at, double* values, std::size_t count,
+                         const KindOf& kindOf) const
+{
+    const SortedTimes sorted{times.data(), times.size() - 1};
+    const SegmentTable table = this->table();
+    const double firstTime = times.front();
+    const double lastTime = times.back();
+    Cursor outside = 0;
+    std::size_t segment = 1;
+    SegmentShape shape = table.shapeOf(segment, kindOf.of(table, segment));
+    for (std::size_t i = 0; i < count;) {
+        const double t = at[i];
+        const bool notBeyond = t <= shape.endTime;  // false for NaN
+        if (notBeyond && shape.startTime < t) {
+            i = kindOf.fillRun(table, segment, at, values, i, count);
+            continue;
+        }
+        if (!notBeyond && t <= lastTime) {
+            segment = sorted.walkOn(segment + 1, t);
+        } else if (notBeyond && firstTime < t) {
+            segment = sorted.halving(1, sorted.last, t);
+        } else {
+            const double outsideTime = t;  // kept apart: its address is taken
+            values[i] = plainValue(*this, outsideTime, outside);
+            ++i;
+            continue;
+        }
+        shape = table.shapeOf(segment, kindOf.of(table, segment));
+        values[i] = valueInSegment(shape, t);
+        ++i;
+    }
+}
 
 CurveSnapshot::CurveSnapshot()
     : preExtrapolation(kv_spline::EXTRAPOLATE_CONSTANT),
@@ -49,7 +140,8 @@ CurveSnapshot::CurveSnapshot()
       emptyValue(0.0),
       slopeAtLast(0.0),
       lastPointIsStep(false),
-      searchable(true)
+      searchable(true),
+      segmentsShareKind(true)
 {
 }
 
@@ -65,6 +157,7 @@ void CurveSnapshot::build(const SplineBase& curve)
         endTangents.resize(count);
         eases.clear();
         searchable = true;
+        segmentsShareKind = true;
         double previous = -std::numeric_limits<double>::infinity();
         for (std::size_t i = 0; i < count; ++i) {
             const double time = points[i]->time;
@@ -80,6 +173,7 @@ void CurveSnapshot::build(const SplineBase& curve)
         for (std::size_t segment = 1; segment < count; ++segment) {
             const SegmentShape shape = segmentShape(curve, segment);
             kinds[segment] = shape.kind;
+            segmentsShareKind = segmentsShareKind && shape.kind == kinds[1];
             startTangents[segment] = shape.startTangent;
             endTangents[segment] = shape.endTangent;
             if (shape.kind == SegmentKind::EasedHermite) {
@@ -102,128 +196,29 @@ void CurveSnapshot::build(const SplineBase& curve)
     slopeAtLast = count > 1 ? exprcurve_detail::arrivalSlope(curve) : 0.0;
 }
 
-SegmentShape CurveSnapshot::shapeOf(const std::size_t& segment) const
-{
-    SegmentShape shape{kinds[segment],    times[segment - 1],     times[segment],
-                       values[segment - 1], values[segment],      startTangents[segment],
-                       endTangents[segment], {}};
-    if (shape.kind == SegmentKind::EasedHermite)
-        shape.ease = eases[segment];
-    return shape;
-}
-
-// Cursor 0 names no segment: the search starts from the whole list.
-std::size_t CurveSnapshot::searchFrom(Cursor& cursor, const double& t) const
-{
-    if (!searchable)
-        return firstNotBelow(times.data(), t, 1, times.size() - 1);
-    cursor = cursor == 0 ? segmentByHalving(1, times.size() - 1, t) : segmentFromCursor(cursor, t);
-    return cursor;
-}
-
-// Gallops from the cursor's segment towards t, in steps that double, and
-// halves the bracket that holds it.
-std::size_t CurveSnapshot::segmentFromCursor(const Cursor& cursor, const double& t) const
-{
-    const std::size_t last = times.size() - 1;
-    const std::size_t start = std::min(cursor, last);
-    std::size_t step = 1;
-    if (t <= times[start]) {
-        if (start == 1 || times[start - 1] < t)
-            return start;
-        std::size_t high = start - 1;  // the segment is at or below high
-        for (int doubling = 0; doubling < gallopDoublings && high > step; ++doubling) {
-            const std::size_t probe = high - step;
-            if (times[probe] < t)
-                return segmentByHalving(probe + 1, high, t);
-            high = probe;
-            step += step;
-        }
-        return segmentByHalving(1, high, t);
-    }
-    std::size_t low = start + 1;  // the segment is at or above low
-    for (int doubling = 0; doubling < gallopDoublings; ++doubling) {
-        const std::size_t probe = low + step - 1;
-        if (probe >= last)
-            break;
-        if (!(times[probe] < t))
-            return segmentByHalving(low, probe, t);
-        low = probe + 1;
-        step += step;
-    }
-    return segmentByHalving(low, last, t);
-}
-
-// The first index in [low, high] whose time is not below t; the time at
-// `high` is known not to be. The comparison's outcome only moves the bracket
-// by an addition, never decides a jump: for scattered times it is a coin
-// toss that a branch would mispredict half the time.
-std::size_t CurveSnapshot::segmentByHalving(std::size_t low, std::size_t high, const double& t) const
-{
-    const double* first = times.data() + low;
-    std::size_t length = high - low + 1;
-    while (length > 1) {
-        const std::size_t half = length / 2;
-        first += static_cast<std::size_t>(first[half - 1] < t) * half;
-        length -= half;
-    }
-    return static_cast<std::size_t>(first - times.data());
-}
-
-double CurveSnapshot::operator()(const double& t) const
-{
-    Cursor cursor = 0;
-    return plainValue(*this, t, cursor);
-}
-
-std::size_t CurveSnapshot::fillRun(const std::size_t& segment, const double* times,
-                                   double* values, std::size_t begin,
-                                   const std::size_t& count) const
-{
-    const SegmentShape shape = shapeOf(segment);
-    switch (shape.kind) {
-    case SegmentKind::Step:
-        return fillWhileHeld(shape, times, values, begin, count,
-                             [&](const auto& t) { return stepValue(shape, t); });
-    case SegmentKind::Linear:
-        return fillWhileHeld(shape, times, values, begin, count,
-                             [&](const auto& t) { return linearValue(shape, t); });
-    case SegmentKind::Hermite:
-        return fillWhileHeld(shape, times, values, begin, count,
-                             [&](const auto& t) { return hermiteValue(shape, t); });
-    case SegmentKind::EasedHermite:
-        break;
-    }
-    return fillWhileHeld(shape, times, values, begin, count,
-                         [&](const auto& t) { return easedHermiteValue(shape, t); });
-}
-
-// The times that follow one another inside one segment form a run, evaluated
-// by the segment's kernel. Times that go back are searched for from the whole
-// list; ascending ones from where the previous one was found, which walks
-// the list and the times together.
+// A curve whose segments are all of one kind, the common case, is walked by
+// code for that kind alone.
 void CurveSnapshot::sample(const double* times, double* values, std::size_t count) const
 {
-    Cursor cursor = 0;
-    if (pointCount() == 0 || !searchable) {
+    if (pointCount() < 2 || !searchable) {  // no inside, or no walk
+        Cursor cursor = 0;
         for (std::size_t i = 0; i < count; ++i)
             values[i] = plainValue(*this, times[i], cursor);
         return;
     }
-    double previous = -std::numeric_limits<double>::infinity();
-    for (std::size_t i = 0; i < count;) {
-        const double t = times[i];
-        if (t < previous)
-            cursor = 0;
-        previous = t;
-        const CurveLocation location = locate(t, cursor);
-        if (location.region == CurveLocation::Inside) {
-            i = fillRun(location.segment, times, values, i, count);
-        } else {
-            values[i] = plainValue(*this, t, cursor);
-            ++i;
-        }
+    if (!segmentsShareKind)
+        return walk(times, values, count, EachSegment());
+    switch (kinds.back()) {
+    case SegmentKind::Step:
+        return walk(times, values, count, EverySegment<SegmentKind::Step>());
+    case SegmentKind::Linear:
+        return walk(times, values, count, EverySegment<SegmentKind::Linear>());
+    case SegmentKind::Hermite:
+        return walk(times, values, count, EverySegment<SegmentKind::Hermite>());
+    case SegmentKind::EasedHermite:
+        break;
     }
+    walk(times, values, count, EverySegment<SegmentKind::EasedHermite>());
 }
 
 void CurveSnapshot::sample(const double* times, double* values, std::size_t count,

@@ -14,6 +14,10 @@
 // scan stops at (along such a list "t <= time" is false up to a point and
 // true from there on, and true at the last point). Any other list is scanned
 // as the curve itself would be, on the snapshot's own arrays.
+//
+// The lookups are defined in this header: a shared library may not inline a
+// function that another library could replace, and these are the few
+// instructions every evaluation runs.
 #ifndef EXPRCURVE_SRC_CURVE_CURVE_SNAPSHOT_H
 #define EXPRCURVE_SRC_CURVE_CURVE_SNAPSHOT_H
 
@@ -24,6 +28,36 @@
 #include "splinebase.h"
 
 namespace exprcurve_detail {
+
+// The times of a list that never decrease and hold no NaN, and the searches
+// for the segment of an inside time t (first time < t <= last time): the
+// first index whose time is not below t.
+struct SortedTimes {
+    const double* at;
+    std::size_t last;  // the last index
+
+    // In [low, high]; the time at `high` is known not to be below t.
+    std::size_t halving(const std::size_t& low, const std::size_t& high, const double& t) const;
+    // From any cursor.
+    std::size_t gallopFrom(const std::size_t& cursor, const double& t) const;
+    // From a segment whose start lies below t.
+    std::size_t walkOn(std::size_t segment, const double& t) const;
+};
+
+// Where a snapshot's arrays begin, so that a loop over many segments keeps
+// them in registers.
+struct SegmentTable {
+    const double* times;
+    const double* values;
+    const SegmentKind* kinds;
+    const double* startTangents;
+    const double* endTangents;
+    const EaseShape* eases;
+
+    SegmentShape shapeOf(const std::size_t& segment) const { return shapeOf(segment, kinds[segment]); }
+    // The same, for a segment known to be of the kind given.
+    SegmentShape shapeOf(const std::size_t& segment, const SegmentKind& kind) const;
+};
 
 class CurveSnapshot {
 public:
@@ -54,11 +88,9 @@ public:
     }
     double value(const std::size_t& segment, const double& t) const
     {
-        return valueInSegment(shapeOf(segment), t);
+        return valueInSegment(table().shapeOf(segment), t);
     }
 
-    // Every time's value without a cursor: a search from the whole list.
-    double operator()(const double& t) const;
     // values[i] = (*this)(times[i]) for every i; `values` may be `times`.
     void sample(const double* times, double* values, std::size_t count) const;
     // The expression-driven evaluation at every time in order, with the same
@@ -68,13 +100,17 @@ public:
                 FunctionFloatBase* expression, const double& timeScale) const;
 
 private:
-    SegmentShape shapeOf(const std::size_t& segment) const;
+    SegmentTable table() const
+    {
+        return {times.data(),         values.data(),      kinds.data(),
+                startTangents.data(), endTangents.data(), eases.data()};
+    }
     // Inside times only: the segment holding t.
     std::size_t searchFrom(Cursor& cursor, const double& t) const;
-    std::size_t segmentFromCursor(const Cursor& cursor, const double& t) const;
-    std::size_t segmentByHalving(std::size_t low, std::size_t high, const double& t) const;
-    std::size_t fillRun(const std::size_t& segment, const double* times, double* values,
-                        std::size_t begin, const std::size_t& count) const;
+    // The sampling of a searchable list; kindOf(segment) gives each
+    // segment's kind.
+    template <typename KindOf>
+    void walk(const double* at, double* values, std::size_t count, const KindOf& kindOf) const;
 
     // By point, in list order.
     std::vector<double> times;
@@ -91,7 +127,112 @@ private:
     double slopeAtLast;  // at least two points
     bool lastPointIsStep;
     bool searchable;  // times never decrease and hold no NaN
+    bool segmentsShareKind;
 };
+
+inline SegmentShape SegmentTable::shapeOf(const std::size_t& segment, const SegmentKind& kind) const
+{
+    SegmentShape shape;
+    shape.kind = kind;
+    shape.startTime = times[segment - 1];
+    shape.endTime = times[segment];
+    shape.startValue = values[segment - 1];
+    shape.endValue = values[segment];
+    if (shape.kind == SegmentKind::Step || shape.kind == SegmentKind::Linear)
+        return shape;  // the tangents' arrays stay out of the cache
+    shape.startTangent = startTangents[segment];
+    shape.endTangent = endTangents[segment];
+    if (shape.kind == SegmentKind::EasedHermite)
+        shape.ease = eases[segment];
+    return shape;
+}
+
+// The cursor's own segment first: a time that follows the cursor is most
+// often still in it. Cursor 0 names no segment: the search starts from the
+// whole list.
+inline std::size_t CurveSnapshot::searchFrom(Cursor& cursor, const double& t) const
+{
+    if (!searchable)
+        return firstNotBelow(times.data(), t, 1, times.size() - 1);
+    if (cursor - 1 < times.size() - 1 && t <= times[cursor] && times[cursor - 1] < t)
+        return cursor;
+    const SortedTimes sorted{times.data(), times.size() - 1};
+    cursor = cursor == 0 ? sorted.halving(1, sorted.last, t) : sorted.gallopFrom(cursor, t);
+    return cursor;
+}
+
+// Gallops from the cursor's segment towards t, in steps that double, and
+// halves the bracket that holds it.
+inline std::size_t SortedTimes::gallopFrom(const std::size_t& cursor, const double& t) const
+{
+    // How far to gallop, in doubling steps, before halving the rest of the
+    // list instead: a time that follows the cursor is found in a few probes,
+    // one far away costs little more than a search from scratch.
+    constexpr int gallopDoublings = 6;
+    const std::size_t start = cursor < last ? cursor : last;
+    std::size_t step = 1;
+    if (t <= at[start]) {
+        if (start == 1 || at[start - 1] < t)
+            return start;
+        std::size_t high = start - 1;  // the segment is at or below high
+        for (int doubling = 0; doubling < gallopDoublings && high > step; ++doubling) {
+            const std::size_t probe = high - step;
+            if (at[probe] < t)
+                return halving(probe + 1, high, t);
+            high = probe;
+            step += step;
+        }
+        return halving(1, high, t);
+    }
+    std::size_t low = start + 1;  // the segment is at or above low
+    for (int doubling = 0; doubling < gallopDoublings; ++doubling) {
+        const std::size_t probe = low + step - 1;
+        if (probe >= last)
+            break;
+        if (!(at[probe] < t))
+            return halving(low, probe, t);
+        low = probe + 1;
+        step += step;
+    }
+    return halving(low, last, t);
+}
+
+// The next points one by one, as a merge of two ascending sequences walks,
+// when t lies among the next few; else a gallop. The first two steps are
+// taken before anything else is looked at: ascending times most often stay
+// in their segment or move to the next.
+inline std::size_t SortedTimes::walkOn(std::size_t segment, const double& t) const
+{
+    if (!(at[segment] < t))
+        return segment;
+    ++segment;
+    if (!(at[segment] < t))
+        return segment;
+    ++segment;
+    constexpr std::size_t walkedPoints = 16;
+    const std::size_t ahead = segment + walkedPoints < last ? segment + walkedPoints : last;
+    if (at[ahead] < t)  // never at the last point, whose time is not below t
+        return gallopFrom(ahead, t);
+    while (at[segment] < t)
+        ++segment;
+    return segment;
+}
+
+// The comparison's outcome only moves the bracket by an addition, never
+// decides a jump: for scattered times it is a coin toss that a branch would
+// mispredict half the time.
+inline std::size_t SortedTimes::halving(const std::size_t& low, const std::size_t& high,
+                                        const double& t) const
+{
+    const double* first = at + low;
+    std::size_t length = high - low + 1;
+    while (length > 1) {
+        const std::size_t half = length / 2;
+        first += static_cast<std::size_t>(first[half - 1] < t) * half;
+        length -= half;
+    }
+    return static_cast<std::size_t>(first - at);
+}
 
 }  // namespace exprcurve_detail
 

@@ -18,7 +18,8 @@ namespace point_fields {
 inline std::vector<std::uint64_t> bitsOf(const std::vector<double>& values)
 {
     std::vector<std::uint64_t> bits(values.size());
-    std::memcpy(bits.data(), values.data(), values.size() * sizeof(double));
+    if (!values.empty())  // memcpy wants real pointers even for nothing
+        std::memcpy(bits.data(), values.data(), values.size() * sizeof(double));
     return bits;
 }
 
