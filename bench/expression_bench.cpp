@@ -11,9 +11,9 @@
 // is timed on its own too ("inputs only") and is included in every
 // evaluation figure. Long sums (33 to 513 nodes) give the cost per node.
 //
-// After the Google Benchmark run, main() prints summary tables. Other
-// bench/*.cpp files only register benchmarks; their results appear in the
-// ordinary report.
+// After the Google Benchmark run, main() prints summary tables, the curve
+// tables of curve_bench.cpp last. Other bench/*.cpp files only register
+// benchmarks; their results appear in the ordinary report.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -34,6 +34,7 @@
 #include <new>
 
 #include "bench_common.h"
+#include "collecting_reporter.h"
 #include "compiledexpression.h"
 #include "executable_memory.h"
 #include "functionfloatbase.h"
@@ -593,38 +594,6 @@ void measureMemory(const std::vector<Engines>& all)
 
 // ---------------------------------------------------------------- summary
 
-// Forwards to the console and keeps each run's CPU time in nanoseconds.
-class CollectingReporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override
-    {
-        for (const Run& run : runs) {
-            const double seconds = run.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
-            nanoseconds[run.benchmark_name()] = seconds * 1e9;
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-
-    // A negative value when the benchmark did not run.
-    double find(const std::string& name) const
-    {
-        const auto found = nanoseconds.find(name);
-        return found == nanoseconds.end() ? -1.0 : found->second;
-    }
-
-private:
-    std::map<std::string, double> nanoseconds;
-};
-
-void printCell(double value, const char* format)
-{
-    if (value < 0)
-        std::printf("%9s", "-");
-    else
-        std::printf(format, value);
-}
-
-
 double ratio(double numerator, double denominator)
 {
     return numerator < 0 || denominator <= 0 ? -1.0 : numerator / denominator;
@@ -720,6 +689,7 @@ int main(int argc, char** argv)
     CollectingReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     printSummary(reporter);
+    printCurveSummary(reporter);
     benchmark::Shutdown();
     return 0;
 }
