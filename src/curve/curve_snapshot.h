@@ -1,6 +1,6 @@
 // A snapshot of everything a curve's evaluation reads, laid out for lookups
-// and bulk evaluation (internal): the runtime form behind CompiledCurve and
-// the one implementation of bulk sampling.
+// and bulk evaluation (internal): the runtime form behind CompiledCurve, and
+// the bulk sampling of a curve and of its snapshot.
 //
 // One array per field, indexed by point, and the per-segment data that the
 // evaluation would compute for every time (kind, tangents, ease constants)
@@ -44,6 +44,70 @@ struct SortedTimes {
     std::size_t walkOn(std::size_t segment, const double& t) const;
 };
 
+// A copy of a list's times, and where a time falls in that list: searched
+// (from a cursor, any value valid, 0 for none) when the times never decrease
+// and hold no NaN, else scanned front to back as the curve itself scans.
+class PointTimes {
+public:
+    using Cursor = std::size_t;
+
+    // Reuses the storage.
+    void copyFrom(const std::vector<PointInfo*>& points);
+    void clear() { times.clear(); }
+
+    std::size_t count() const { return times.size(); }
+    double first() const { return times.front(); }
+    double last() const { return times.back(); }
+    bool searchable() const { return sorted; }
+    // Searchable lists only.
+    SortedTimes searched() const { return {times.data(), times.size() - 1}; }
+    const double* data() const { return times.data(); }
+
+    // At least one point.
+    CurveLocation locate(const double& t, Cursor& cursor) const
+    {
+        return locateBetween(times.front(), times.back(), times.size(), t,
+                             [&] { return segmentOf(t, cursor); });
+    }
+
+private:
+    // Inside times only.
+    std::size_t segmentOf(const double& t, Cursor& cursor) const;
+
+    std::vector<double> times;
+    bool sorted = true;
+};
+
+// A curve's own records, read through a copy of their times: the curve source
+// of the bulk sampling of a SplineBase, which prepares a segment only when a
+// time falls in it.
+class SearchedRecords {
+public:
+    using Cursor = PointTimes::Cursor;
+
+    SearchedRecords(const SplineBase& curve, const PointTimes& times) : records(curve), times(times) {}
+
+    std::size_t pointCount() const { return records.pointCount(); }
+    double defaultValue() const { return records.defaultValue(); }
+    int preMode() const { return records.preMode(); }
+    int postMode() const { return records.postMode(); }
+    double firstTime() const { return records.firstTime(); }
+    double firstValue() const { return records.firstValue(); }
+    double lastTime() const { return records.lastTime(); }
+    double lastValue() const { return records.lastValue(); }
+    bool lastIsStep() const { return records.lastIsStep(); }
+    double arrivalSlope() const { return records.arrivalSlope(); }
+    CurveLocation locate(const double& t, Cursor& cursor) const { return times.locate(t, cursor); }
+    double value(const std::size_t& segment, const double& t) const
+    {
+        return records.value(segment, t);
+    }
+
+private:
+    FrontScan records;
+    const PointTimes& times;
+};
+
 // Where a snapshot's arrays begin, so that a loop over many segments keeps
 // them in registers.
 struct SegmentTable {
@@ -71,21 +135,17 @@ public:
     void build(const SplineBase& curve);
 
     // The evaluation interface of a curve source (curveevaluation.h).
-    std::size_t pointCount() const { return times.size(); }
+    std::size_t pointCount() const { return times.count(); }
     double defaultValue() const { return emptyValue; }
     int preMode() const { return preExtrapolation; }
     int postMode() const { return postExtrapolation; }
-    double firstTime() const { return times.front(); }
+    double firstTime() const { return times.first(); }
     double firstValue() const { return values.front(); }
-    double lastTime() const { return times.back(); }
+    double lastTime() const { return times.last(); }
     double lastValue() const { return values.back(); }
     bool lastIsStep() const { return lastPointIsStep; }
     double arrivalSlope() const { return slopeAtLast; }
-    CurveLocation locate(const double& t, Cursor& cursor) const
-    {
-        return locateBetween(times.front(), times.back(), times.size(), t,
-                             [&] { return searchFrom(cursor, t); });
-    }
+    CurveLocation locate(const double& t, Cursor& cursor) const { return times.locate(t, cursor); }
     double value(const std::size_t& segment, const double& t) const
     {
         return valueInSegment(table().shapeOf(segment), t);
@@ -105,15 +165,9 @@ private:
         return {times.data(),         values.data(),      kinds.data(),
                 startTangents.data(), endTangents.data(), eases.data()};
     }
-    // Inside times only: the segment holding t.
-    std::size_t searchFrom(Cursor& cursor, const double& t) const;
-    // The sampling of a searchable list; kindOf(segment) gives each
-    // segment's kind.
-    template <typename KindOf>
-    void walk(const double* at, double* values, std::size_t count, const KindOf& kindOf) const;
 
     // By point, in list order.
-    std::vector<double> times;
+    PointTimes times;
     std::vector<double> values;
     // By segment (index of its end point; index 0 unused).
     std::vector<SegmentKind> kinds;
@@ -126,7 +180,6 @@ private:
     double emptyValue;
     double slopeAtLast;  // at least two points
     bool lastPointIsStep;
-    bool searchable;  // times never decrease and hold no NaN
     bool segmentsShareKind;
 };
 
@@ -150,14 +203,14 @@ inline SegmentShape SegmentTable::shapeOf(const std::size_t& segment, const Segm
 // The cursor's own segment first: a time that follows the cursor is most
 // often still in it. Cursor 0 names no segment: the search starts from the
 // whole list.
-inline std::size_t CurveSnapshot::searchFrom(Cursor& cursor, const double& t) const
+inline std::size_t PointTimes::segmentOf(const double& t, Cursor& cursor) const
 {
-    if (!searchable)
+    if (!sorted)
         return firstNotBelow(times.data(), t, 1, times.size() - 1);
     if (cursor - 1 < times.size() - 1 && t <= times[cursor] && times[cursor - 1] < t)
         return cursor;
-    const SortedTimes sorted{times.data(), times.size() - 1};
-    cursor = cursor == 0 ? sorted.halving(1, sorted.last, t) : sorted.gallopFrom(cursor, t);
+    const SortedTimes search = searched();
+    cursor = cursor == 0 ? search.halving(1, search.last, t) : search.gallopFrom(cursor, t);
     return cursor;
 }
 
@@ -233,6 +286,13 @@ inline std::size_t SortedTimes::halving(const std::size_t& low, const std::size_
     }
     return static_cast<std::size_t>(first - at);
 }
+
+// The bulk sampling of a SplineBase (SplineBase::sample): the walk of the
+// snapshot's sampling over the curve's own records and a copy of their times,
+// which prepares a segment only when a time falls in it.
+void sampleRecords(const SplineBase& curve, const double* at, double* values, std::size_t count);
+void sampleRecords(const SplineBase& curve, const double* at, double* values, std::size_t count,
+                   FunctionFloatBase* expression, const double& timeScale);
 
 }  // namespace exprcurve_detail
 

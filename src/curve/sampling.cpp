@@ -1,7 +1,7 @@
 // Evaluating a curve at many times at once, with exactly the results of
-// evaluating it at each time in turn: a snapshot of the curve (the runtime
-// form behind CompiledCurve) is built for the call and sampled, so bulk
-// sampling has one implementation.
+// evaluating it at each time in turn: the sampling of the curve's runtime
+// form (curve_snapshot.cpp), over the curve's own records, which spares a
+// call the preparation of segments no time falls in.
 #include <cstddef>
 #include <vector>
 
@@ -10,17 +10,13 @@
 
 void SplineBase::sample(const double* times, double* values, std::size_t count) const
 {
-    exprcurve_detail::CurveSnapshot snapshot;
-    snapshot.build(*this);
-    snapshot.sample(times, values, count);
+    exprcurve_detail::sampleRecords(*this, times, values, count);
 }
 
 void SplineBase::sample(const double* times, double* values, std::size_t count,
                         FunctionFloatBase* expression, const double& timeScale)
 {
-    exprcurve_detail::CurveSnapshot snapshot;
-    snapshot.build(*this);
-    snapshot.sample(times, values, count, expression, timeScale);
+    exprcurve_detail::sampleRecords(*this, times, values, count, expression, timeScale);
 }
 
 std::vector<double> SplineBase::sample(const std::vector<double>& times) const

@@ -1,12 +1,15 @@
 // An unchanging curve may be evaluated, and its tangents queried, from
-// several threads at once: every thread must see exactly the single-threaded
-// results, and ThreadSanitizer must find no race.
+// several threads at once, and so may its runtime form: every thread must
+// see exactly the single-threaded results, and ThreadSanitizer must find no
+// race.
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstddef>
 #include <thread>
 #include <vector>
 
+#include "compiledcurve.h"
 #include "curve/point_fields.h"
 #include "splinebase.h"
 
@@ -40,6 +43,42 @@ TEST(ConcurrencyCurve, SharedCurveEvaluatesIdenticallyOnEveryThread)
                 std::this_thread::yield();
             for (int round = 0; round < 50; ++round)
                 mismatches += readEverything() != expected;
+        });
+    go.store(true);
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(mismatchedRounds, std::vector<int>(4, 0));
+}
+
+// One runtime form serves every thread, each with its own hint, and sampling
+// in bulk beside them: all see exactly the curve's single-threaded values.
+TEST(ConcurrencyCurve, SharedRuntimeFormAnswersIdenticallyOnEveryThread)
+{
+    const auto curve = point_fields::curveOf({{0, 1, 1}, {1, 3, 2}, {2.5, -1, 0}, {3, 2, 3}, {4, 0.5, 2}}, 0, 2);
+    curve->controlPoints[2]->tcb = {0.3, -0.2, 0.1, 0.4, 0.6};
+    std::vector<double> times;
+    for (int step = -40; step <= 400; ++step)
+        times.push_back(step * 0.03125);
+    std::vector<double> expected;
+    for (const double t : times)
+        expected.push_back((*curve)(t));
+    const exprcurve::CompiledCurve shared(*curve);
+    std::atomic<bool> go{false};
+    std::vector<int> mismatchedRounds(4, 0);
+    std::vector<std::thread> threads;
+    for (int& mismatches : mismatchedRounds)
+        threads.emplace_back([&] {
+            while (!go.load())
+                std::this_thread::yield();
+            for (int round = 0; round < 50; ++round) {
+                std::size_t hint = static_cast<std::size_t>(round);
+                std::vector<double> values(times.size()), sampled(times.size());
+                for (std::size_t i = 0; i < times.size(); ++i)
+                    values[i] = shared(times[i], hint);
+                shared.sample(times.data(), sampled.data(), times.size());
+                mismatches += point_fields::bitsOf(values) != point_fields::bitsOf(expected) ||
+                              point_fields::bitsOf(sampled) != point_fields::bitsOf(expected);
+            }
         });
     go.store(true);
     for (std::thread& thread : threads)
