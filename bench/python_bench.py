@@ -27,7 +27,7 @@ import exprcurve
 ROOT = Path(__file__).resolve().parents[1]
 ROWS = 1 << 20
 REPEATS = 15  # as in bench/binding_baseline_bench.cpp
-ROUNDS = 3
+ROUNDS = 5
 
 
 def binding_curve():
