@@ -36,6 +36,7 @@ extern "C" {
 typedef struct exprcurve_parser exprcurve_parser;
 typedef struct exprcurve_expression exprcurve_expression;
 typedef struct exprcurve_curve exprcurve_curve;
+typedef struct exprcurve_compiled_curve exprcurve_compiled_curve;
 
 /* Segment kinds: the kind of the segment that ends at a point. */
 enum {
@@ -170,6 +171,28 @@ double exprcurve_curve_evaluate(const exprcurve_curve* curve, double t);
  * `times` itself; otherwise the two must not overlap. */
 void exprcurve_curve_sample(const exprcurve_curve* curve, const double* times, double* values,
                             size_t count);
+
+/* ---- the runtime form of a curve
+ * A snapshot of everything evaluation reads, taken when it is made: it
+ * answers for the curve as it stood then, bit for bit, whatever happens to
+ * the curve afterwards, and finds a time's segment by a binary search (or,
+ * with a hint, starting where the last lookup ended) instead of a scan. It
+ * never changes while in use, so any number of threads may evaluate it at
+ * once, each with its own hint. */
+exprcurve_compiled_curve* exprcurve_curve_compile(const exprcurve_curve* curve);
+void exprcurve_compiled_curve_free(exprcurve_compiled_curve* compiled);
+/* A new snapshot of `curve` into the same handle, reusing its memory. */
+int exprcurve_compiled_curve_rebuild(exprcurve_compiled_curve* compiled,
+                                     const exprcurve_curve* curve);
+size_t exprcurve_compiled_curve_point_count(const exprcurve_compiled_curve* compiled);
+double exprcurve_compiled_curve_evaluate(const exprcurve_compiled_curve* compiled, double t);
+/* The same value; `hint` is the caller's cursor: start it at 0 and pass it
+ * back each call. Any value is valid; it only changes how fast the answer
+ * comes. */
+double exprcurve_compiled_curve_evaluate_hinted(const exprcurve_compiled_curve* compiled, double t,
+                                                size_t* hint);
+void exprcurve_compiled_curve_sample(const exprcurve_compiled_curve* compiled,
+                                     const double* times, double* values, size_t count);
 
 #ifdef __cplusplus
 }

@@ -9,14 +9,11 @@
 #include "curve_files.h"
 #include "exact_copy.h"
 #include "exprcurve.h"
+#include "handles.h"
 #include "splinebase.h"
 
 using exprcurve_c_api::failWith;
 using exprcurve_c_api::guarded;
-
-struct exprcurve_curve {
-    SplineBase curve;
-};
 
 namespace {
 

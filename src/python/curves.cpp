@@ -17,6 +17,7 @@
 #include <pybind11/numpy.h>
 
 #include "bindings.h"
+#include "compiledcurve.h"
 #include "curve_files.h"
 #include "exact_copy.h"
 #include "splinebase.h"
@@ -171,7 +172,10 @@ py::array_t<PointRecord> points(const Curve& curve)
     return records;
 }
 
-py::array_t<double> sample(const Curve& curve, const py::handle& given)
+// values of the times' shape, filled by `fill(times, values, count)` without
+// the interpreter lock.
+template <class Fill>
+py::array_t<double> sampleArray(const py::handle& given, Fill&& fill)
 {
     const ContiguousDoubles times = ContiguousDoubles::ensure(given);
     if (!times)
@@ -182,10 +186,17 @@ py::array_t<double> sample(const Curve& curve, const py::handle& given)
     const auto count = static_cast<std::size_t>(times.size());
     {
         const py::gil_scoped_release released;
-        const std::shared_lock<std::shared_mutex> sampling(curve.samplers);
-        curve.spline.sample(in, out, count);
+        fill(in, out, count);
     }
     return values;
+}
+
+py::array_t<double> sample(const Curve& curve, const py::handle& given)
+{
+    return sampleArray(given, [&](const double* in, double* out, std::size_t count) {
+        const std::shared_lock<std::shared_mutex> sampling(curve.samplers);
+        curve.spline.sample(in, out, count);
+    });
 }
 
 std::unique_ptr<Curve> copyOf(const Curve& curve)
@@ -225,6 +236,34 @@ void bindEnums(py::module_& module)
         .value("LINEAR", kv_spline::EXTRAPOLATE_LINEAR, "Continued along the end tangent.");
 }
 
+// The runtime form never changes, so it needs no lock of its own.
+void bindCompiledCurve(py::module_& module)
+{
+    using exprcurve::CompiledCurve;
+    py::class_<CompiledCurve>(module, "CompiledCurve",
+                              "The runtime form of a Curve: a snapshot of the curve as it stood "
+                              "when made, with the same values bit for bit, whose lookups search "
+                              "instead of scanning. It never changes, so any number of threads "
+                              "may sample it at once.")
+        .def(py::init([](const Curve& curve) { return CompiledCurve(curve.spline); }),
+             py::arg("curve"))
+        .def(
+            "__call__", [](const CompiledCurve& self, double t) { return self(t); }, py::arg("t"),
+            "The curve's value at time `t`, as the curve stood.")
+        .def(
+            "sample",
+            [](const CompiledCurve& self, const py::handle& times) {
+                return sampleArray(times, [&](const double* in, double* out, std::size_t count) {
+                    self.sample(in, out, count);
+                });
+            },
+            py::arg("times"), "As Curve.sample, for the curve as it stood.")
+        .def("__len__", &CompiledCurve::size)
+        .def("__repr__", [](const CompiledCurve& self) {
+            return "CompiledCurve(points=" + std::to_string(self.size()) + ")";
+        });
+}
+
 void bindModeProperty(py::class_<Curve>& curve, const char* name, int SplineBase::*mode,
                       const char* doc)
 {
@@ -245,6 +284,7 @@ void bindCurves(py::module_& module)
     PYBIND11_NUMPY_DTYPE(PointRecord, time, value, kind, left_slope, right_slope, tension,
                          continuity, bias, ease_from, ease_to, flag);
     bindEnums(module);
+    bindCompiledCurve(module);
     py::class_<Curve> curve(module, "Curve",
                             "A 1-D animation curve: points in time order, each with the kind of "
                             "the segment that ends at it, and a mode before and after them.");
@@ -291,6 +331,10 @@ void bindCurves(py::module_& module)
              "The curve's value at each time of an array (any numeric dtype and shape), as a "
              "float64 array of the same shape; each value has the bits of calling the curve at "
              "that time. Other Python threads run meanwhile.")
+        .def(
+            "compile", [](const Curve& self) { return exprcurve::CompiledCurve(self.spline); },
+            "The curve's runtime form (a CompiledCurve): a snapshot that answers faster, for "
+            "a curve sampled many times between edits.")
         .def("copy", &copyOf, "An independent copy: points, modes and default value.")
         .def("__copy__", &copyOf)
         .def("__deepcopy__", [](const Curve& self, const py::dict&) { return copyOf(self); })

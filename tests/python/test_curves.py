@@ -177,3 +177,43 @@ def test_edits_wait_for_threads_sampling():
     sampler.join()
     assert seen and all(seen)
     assert c.points.tobytes() == every_kind_curve().points.tobytes()
+
+
+def same_values(a, b):
+    """Bit for bit, any NaN equal to any NaN (two code paths may keep either
+    operand's payload where two NaNs meet)."""
+    a, b = np.asarray(a, np.float64), np.asarray(b, np.float64)
+    return bool(np.all((bits(a) == bits(b)) | (np.isnan(a) & np.isnan(b))))
+
+
+@pytest.mark.parametrize("pre", MODES, ids=str)
+def test_the_runtime_form_answers_as_the_curve_stood(pre):
+    c = every_kind_curve(pre, "cycle_offset")
+    compiled = c.compile()
+    times = np.random.default_rng(11).permutation(TIMES)
+    expected = c.sample(times)
+    c.clear()  # the snapshot does not see it
+    assert len(compiled) == 6 and repr(compiled) == "CompiledCurve(points=6)"
+    assert same_values(compiled.sample(times), expected)
+    ascending = np.sort(times)  # walked with the points rather than searched
+    assert same_values(compiled.sample(ascending), every_kind_curve(pre, "cycle_offset").sample(ascending))
+    assert same_values([compiled(t) for t in times], expected)
+    assert len(c.compile()) == 0
+
+
+def test_threads_sample_one_runtime_form_at_once():
+    compiled = every_kind_curve("cycle", "linear").compile()
+    times = np.linspace(-100.0, 100.0, 200_001)
+    expected = bits(compiled.sample(times)).tolist()
+    results = []
+
+    def work():
+        for _ in range(5):
+            results.append(bits(compiled.sample(times)).tolist() == expected)
+
+    threads = [threading.Thread(target=work) for _ in range(4)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    assert results == [True] * 20

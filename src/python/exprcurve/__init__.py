@@ -25,8 +25,8 @@ right ('8/4/2' is 4), a leading '-' is 0-x ('2^-1' is 0), there are no
 two-character operators and no exponent notation, and '2x' is 2*x.
 """
 
-from ._exprcurve import (Curve, Expression, Kind, Mode, ParseError, Parser, Variable,
-                         __version__, lint, set_native_code_allowed)
+from ._exprcurve import (CompiledCurve, Curve, Expression, Kind, Mode, ParseError, Parser,
+                         Variable, __version__, lint, set_native_code_allowed)
 
-__all__ = ["Curve", "Expression", "Kind", "Mode", "ParseError", "Parser", "Variable",
-           "__version__", "lint", "set_native_code_allowed"]
+__all__ = ["CompiledCurve", "Curve", "Expression", "Kind", "Mode", "ParseError", "Parser",
+           "Variable", "__version__", "lint", "set_native_code_allowed"]
