@@ -1,5 +1,6 @@
 // Test helper: the keys a tree reads, found the plain way, as the library's
-// variable discovery is defined: each node merges its children's lists,
+// variable discovery is defined: each node (a host's call node too, over its
+// arguments) merges its children's lists,
 // appending the entries not yet held, and each leaf scans the key table for
 // the first key of its own kind at its address. The library walks and indexes
 // instead; its answers must be these, element for element.
@@ -41,6 +42,12 @@ inline KeyList allVars(FunctionParserBase& parser, const FunctionFloatBase* node
         const KeyList third = allVars(parser, ternary->arg3);
         appendNew(keys, second);
         appendNew(keys, third);
+        return keys;
+    }
+    if (const FunctionFloatHostCall* call = node->isHostCall() ? node->getHostCallRef() : nullptr) {
+        KeyList keys;
+        for (unsigned int i = 0; i < call->arity; ++i)
+            appendNew(keys, allVars(parser, call->arguments[i]));
         return keys;
     }
     if (node->isVariableBool())

@@ -1,7 +1,7 @@
 // Variable discovery against its plain definition on random trees and key
 // tables (shared addresses, keys of several kinds on one address, keys of no
-// kind, unregistered leaves, missing children), and on a tree far deeper than
-// any parse builds.
+// kind, unregistered leaves, missing children, host calls), and on a tree far
+// deeper than any parse builds.
 #include <gtest/gtest.h>
 #include <pthread.h>
 
@@ -53,7 +53,7 @@ FunctionFloatBase* randomTree(Storage& storage, std::mt19937& random, int& budge
 {
     if (--budget <= 0 || random() % 4 == 0)
         return random() % 30 == 0 ? nullptr : randomLeaf(storage, random);
-    switch (random() % 3) {
+    switch (random() % 4) {
     case 0: {
         auto* node = new FunctionFloatSin;
         node->arg = randomTree(storage, random, budget);
@@ -63,6 +63,13 @@ FunctionFloatBase* randomTree(Storage& storage, std::mt19937& random, int& budge
         auto* node = new FunctionFloatAdd;
         node->arg1 = randomTree(storage, random, budget);
         node->arg2 = randomTree(storage, random, budget);
+        return node;
+    }
+    case 2: {
+        auto* node = new FunctionFloatHostCall;
+        node->arity = static_cast<unsigned int>(random() % 4);
+        for (unsigned int i = 0; i < node->arity; ++i)
+            node->arguments[i] = randomTree(storage, random, budget);
         return node;
     }
     default: {
