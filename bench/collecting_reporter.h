@@ -14,9 +14,12 @@ class CollectingReporter : public benchmark::ConsoleReporter {
 public:
     void ReportRuns(const std::vector<Run>& runs) override
     {
+        // With --benchmark_repetitions the summary takes each benchmark's
+        // median (reported after its repetitions), else its one run.
         for (const Run& run : runs) {
             const double seconds = run.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
-            nanoseconds[run.benchmark_name()] = seconds * 1e9;
+            if (run.run_type == Run::RT_Iteration || run.aggregate_name == "median")
+                nanoseconds[run.run_name.str()] = seconds * 1e9;
         }
         ConsoleReporter::ReportRuns(runs);
     }

@@ -1,21 +1,18 @@
 // The compiled form of an expression tree: the program (program_compiler.cpp),
-// its interpreter, native code where the platform allows (native_code.h), and
-// evaluation over batches of rows.
+// its interpreter (program_interpreter.cpp), native code where the platform
+// allows (native_code.h), and evaluation over batches of rows.
 #include "compiledexpression.h"
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <cassert>
 #include <cstring>
 #include <mutex>
-#include <cstdint>
 #include <utility>
 #include <vector>
 
 #include "compiled_program.h"
 #include "functionfloatbase.h"
-#include "functionfloatoperations.h"
 #include "native_code.h"
 #include "program_compiler.h"
 #include "program_interpreter.h"
