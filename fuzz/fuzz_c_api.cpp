@@ -1,9 +1,10 @@
 // The C interface with any input: an expression text and a curve file, given
 // through handles as a C program gives them. Nothing may crash or leak,
-// every fault has a message and a range within the text, batches and a
-// curve's samples must be their single evaluations, and the interface's own
-// text save must load back exactly whenever the numbers are plain (finite
-// and not subnormal, which the stream reader refuses).
+// every fault has a message and a range within the text, batches, a
+// curve's samples and its runtime form must give the single evaluations,
+// and the interface's own text save must load back exactly, taking exactly
+// the curves whose numbers are plain (finite and not subnormal: the stream
+// reader refuses the others).
 //
 // Input: one byte choosing the curve format (0 text, 1..3 binary at versions
 // 3000, 3020 and 3027), the expression text up to the first zero byte, then
@@ -140,6 +141,23 @@ void samplesAreEvaluations(const exprcurve_curve* curve)
     for (std::size_t i = 0; i < times.size(); ++i)
         require(sameValue(values[i], exprcurve_curve_evaluate(curve, times[i])),
                 "a sample is the single evaluation");
+
+    // The runtime form answers the same, searched, hinted and sampled.
+    exprcurve_compiled_curve* compiled = exprcurve_curve_compile(curve);
+    require(compiled != nullptr, "a runtime form");
+    require(exprcurve_compiled_curve_point_count(compiled) == exprcurve_curve_point_count(curve),
+            "the runtime form has every point");
+    std::vector<double> compiledValues(times.size());
+    exprcurve_compiled_curve_sample(compiled, times.data(), compiledValues.data(), times.size());
+    std::size_t hint = times.size() * 7919;  // any value is a valid hint
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        require(sameValue(compiledValues[i], values[i]), "the runtime form samples as the curve");
+        require(sameValue(exprcurve_compiled_curve_evaluate(compiled, times[i]), values[i]),
+                "the runtime form evaluates as the curve");
+        require(sameValue(exprcurve_compiled_curve_evaluate_hinted(compiled, times[i], &hint), values[i]),
+                "a hinted lookup answers as the curve");
+    }
+    exprcurve_compiled_curve_free(compiled);
 }
 
 // What loading `saved`'s records in list order gives: each goes through the
@@ -157,17 +175,18 @@ exprcurve_curve* reloadOf(const exprcurve_curve* saved)
     return expected;
 }
 
-// The interface's saves: text loads back exactly when the numbers are
-// plain, binary always.
+// The interface's saves: text loads back exactly and is refused for numbers
+// that are not plain; binary always loads back exactly.
 void roundTrips(exprcurve_curve* curve)
 {
     const std::string path = fuzz_support::scratchPath();
     exprcurve_curve* expected = reloadOf(curve);
     exprcurve_curve* reloaded = exprcurve_curve_new();
-    require(exprcurve_curve_save(curve, path.c_str(), 0) == 1, "a text save");
-    const int loaded = exprcurve_curve_load(reloaded, path.c_str(), 0);
-    if (plainPoints(curve)) {
-        require(loaded == 1, "a text save loads");
+    const bool plain = plainPoints(curve);
+    require(exprcurve_curve_save(curve, path.c_str(), 0) == (plain ? 1 : 0),
+            "a text save takes exactly the curves the text format keeps");
+    if (plain) {
+        require(exprcurve_curve_load(reloaded, path.c_str(), 0) == 1, "a text save loads");
         require(samePoints(expected, reloaded), "a text save loads back exactly");
     }
     require(exprcurve_curve_save(curve, path.c_str(), 3026) == 0, "old binary layouts are refused");

@@ -16,7 +16,9 @@
  * out-of-range modes (EXPRCURVE_MODE_...), text and binary files. Version 0
  * means the text format; any other version is the binary layout that the
  * file's writer used (see docs/file-formats.md). Text files are written with
- * 17 significant digits, so they load back bit for bit.
+ * 17 significant digits, so they load back bit for bit; a curve holding a
+ * number that is infinite, NaN or subnormal, which the text reader refuses,
+ * is not saved as text (binary files keep every number).
  *
  * Threads: evaluating an unchanging expression or curve may happen on
  * several threads at once while nobody writes the bound variables; anything

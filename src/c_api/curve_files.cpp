@@ -1,6 +1,7 @@
 #include "curve_files.h"
 
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -90,6 +91,25 @@ FileOutcome saveBinary(SplineBase& curve, const std::string& path)
 
 }  // namespace
 
+std::string textUnfitness(const SplineBase& curve)
+{
+    static const char* const names[] = {"time", "value", "left slope", "right slope",
+                                        "tension", "continuity", "bias", "ease from", "ease to"};
+    for (std::size_t index = 0; index < curve.controlPoints.size(); ++index) {
+        const PointInfo& p = *curve.controlPoints[index];
+        const double fields[] = {p.time, p.value, p.bezier.leftSlope, p.bezier.rightSlope,
+                                 p.tcb.tension, p.tcb.continuity, p.tcb.bias, p.tcb.easeFrom,
+                                 p.tcb.easeTo};
+        for (std::size_t field = 0; field < 9; ++field) {
+            if (fields[field] != 0.0 && !std::isnormal(fields[field]))
+                return "point " + std::to_string(index) + " has a " + names[field] + " (" +
+                       std::to_string(fields[field]) +
+                       ") that the text format cannot keep; save it in the binary format";
+        }
+    }
+    return std::string();
+}
+
 FileOutcome loadCurveFile(SplineBase& curve, const std::string& path, unsigned int version)
 {
     return version == 0 ? loadText(curve, path) : loadBinary(curve, path, version);
@@ -97,8 +117,10 @@ FileOutcome loadCurveFile(SplineBase& curve, const std::string& path, unsigned i
 
 FileOutcome saveCurveFile(SplineBase& curve, const std::string& path, unsigned int version)
 {
-    if (version == 0)
-        return saveText(curve, path);
+    if (version == 0) {
+        const std::string unfit = textUnfitness(curve);
+        return unfit.empty() ? saveText(curve, path) : dataFailure(path, unfit);
+    }
     if (version < newestBinaryLayout)
         return dataFailure(path, "binary files are written in the layout of version " +
                                      std::to_string(newestBinaryLayout) +

@@ -20,9 +20,15 @@ struct FileOutcome {
     std::string message;  // empty when ok
 };
 
+// Why the text format cannot keep `curve` (a number that is infinite, NaN
+// or subnormal, which the text reader refuses), or empty when it can.
+std::string textUnfitness(const SplineBase& curve);
+
 // Replaces the points and modes of `curve` (and, for binary data, its
 // curveFlag). On a failure partway, the points read so far stay.
 FileOutcome loadCurveFile(SplineBase& curve, const std::string& path, unsigned int version);
+// A text save of a curve that textUnfitness() refuses fails before the file
+// is touched, rather than writing a file that cannot be loaded.
 FileOutcome saveCurveFile(SplineBase& curve, const std::string& path, unsigned int version);
 
 }  // namespace exprcurve

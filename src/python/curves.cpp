@@ -111,6 +111,11 @@ void saveCurve(Curve& curve, const py::object& path, const py::object& version)
         throw py::value_error("binary files are written in the layout of version " +
                               std::to_string(exprcurve::newestBinaryLayout) +
                               " and later, not " + std::to_string(layout));
+    if (layout == 0) {
+        const std::string unfit = exprcurve::textUnfitness(curve.spline);
+        if (!unfit.empty())
+            throw py::value_error(unfit);
+    }
     const std::string file = pathText(path);
     const exprcurve::FileOutcome outcome = exprcurve::saveCurveFile(curve.spline, file, layout);
     if (!outcome.ok)
@@ -295,7 +300,8 @@ void bindCurves(py::module_& module)
         .def("save", &saveCurve, py::arg("path"), py::arg("version") = py::none(),
              "Saves the curve: as text (17 significant digits, so it loads back bit for bit) "
              "when `version` is None, else in the binary layout, which readers from version "
-             "3027 on understand.")
+             "3027 on understand. A curve holding a number that is infinite, NaN or subnormal "
+             "cannot be saved as text (the text reader refuses such numbers): ValueError.")
         .def("add_point", &addPoint, py::arg("time"), py::arg("value"),
              py::arg("kind") = "linear", py::kw_only(), py::arg("left_slope") = 0.0,
              py::arg("right_slope") = 0.0, py::arg("tension") = 0.0,

@@ -429,6 +429,15 @@ static void files(const char* directory)
     if (file)
         fclose(file);
 
+    /* A number the text reader refuses is not written as text; binary keeps it. */
+    exprcurve_curve_add_point(saved, 9.0, INFINITY, EXPRCURVE_LINEAR);
+    CHECK(!exprcurve_curve_save(saved, path, 0));
+    CHECK(strstr(exprcurve_last_error(), "binary") != NULL);
+    CHECK(exprcurve_curve_save(saved, path, 3027));
+    exprcurve_curve_clear(loaded);
+    CHECK(exprcurve_curve_load(loaded, path, 3027) && same_points(saved, loaded));
+    CHECK(exprcurve_curve_remove_point(saved, 6));
+
     /* The binary save writes only the newest layout. */
     CHECK(!exprcurve_curve_save(saved, path, 3026));
     CHECK(strstr(exprcurve_last_error(), "3026") != NULL);

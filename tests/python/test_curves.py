@@ -71,6 +71,17 @@ def test_text_and_binary_files_load_back_bit_for_bit(tmp_path):
         assert (loaded.pre, loaded.post) == (exprcurve.Mode.CYCLE, exprcurve.Mode.ZERO)
 
 
+@pytest.mark.parametrize("odd", [np.inf, np.nan, 5e-324])
+def test_numbers_text_cannot_keep_are_refused_as_text_and_kept_in_binary(tmp_path, odd):
+    c = every_kind_curve()
+    c.add_point(9.0, odd)
+    with pytest.raises(ValueError, match="binary"):
+        c.save(tmp_path / "odd.curve")
+    assert not (tmp_path / "odd.curve").exists()
+    c.save(tmp_path / "odd.kvb", version=3027)
+    assert exprcurve.Curve.load(tmp_path / "odd.kvb", version=3027).points.tobytes() == c.points.tobytes()
+
+
 def test_binary_files_of_the_tool_load(tool, tmp_path):
     c = every_kind_curve("linear", "cycle")
     c.save(tmp_path / "c.curve")
