@@ -1,6 +1,10 @@
 // Editing two curves by a sequence of operations decoded from the input, with
 // the list invariants checked after every step and ownership proven by
-// AddressSanitizer and LeakSanitizer.
+// AddressSanitizer and LeakSanitizer. Every list a copy or a load builds is
+// checked against one-by-one insertion; every evaluation against bulk
+// sampling and the runtime form (CompiledCurve) with hints of every kind, and
+// the last runtime form taken must keep its answers through every later
+// step.
 //
 // Records shared through copyRefs are tracked here: the curve that shares the
 // other's records (the sharer) is emptied with reset() before any operation
@@ -21,10 +25,10 @@
 #include <memory>
 #include <set>
 #include <string>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
+#include "compiledcurve.h"
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
 #include "splinebase.h"
@@ -120,19 +124,8 @@ bool lists(const SplineBase& curve, const PointInfo* record)
     return std::find(points.begin(), points.end(), record) != points.end();
 }
 
-bool sameBits(double a, double b)
-{
-    return std::memcmp(&a, &b, sizeof a) == 0;
-}
-
-// Bit for bit, except that any NaN equals any NaN: where both operands of an
-// addition are NaN, which one's sign and payload survive depends on the
-// operand order the compiler picked for that (commutative) instruction, which
-// two separately compiled code paths need not share.
-bool sameResult(double a, double b)
-{
-    return sameBits(a, b) || (std::isnan(a) && std::isnan(b));
-}
+using fuzz_support::sameBits;
+using fuzz_support::sameResult;
 
 // ---------------------------------------------------------------- expression keys
 
@@ -161,71 +154,61 @@ struct TimeVariablesSnapshot {
 
 // ---------------------------------------------------------------- bulk evaluation
 
-// The bulk evaluation is checked where the curve class has it.
-template <class Curve, class = void>
-struct HasBulkSample : std::false_type {};
-template <class Curve>
-struct HasBulkSample<Curve, std::void_t<decltype(std::declval<const Curve&>().sample(
-                                std::declval<const double*>(), std::declval<double*>(), std::size_t{}))>>
-    : std::true_type {};
-
 // sample() must give each time's own evaluation bit for bit, also in place.
-template <class Curve>
-void checkBulkSample(const Curve& curve, const std::vector<double>& times,
+void checkBulkSample(const SplineBase& curve, const std::vector<double>& times,
                      const std::vector<double>& oneByOne)
 {
-    if constexpr (HasBulkSample<Curve>::value) {
-        std::vector<double> values(times.size());
-        curve.sample(times.data(), values.data(), times.size());
-        std::vector<double> inPlace = times;
-        curve.sample(inPlace.data(), inPlace.data(), inPlace.size());
-        const std::vector<double> asVector = curve.sample(times);
-        for (std::size_t i = 0; i < times.size(); ++i) {
-            if (!sameResult(values[i], oneByOne[i]))
-                std::fprintf(stderr, "t=%.17g sample %.17g one by one %.17g\n", times[i], values[i], oneByOne[i]);
-            require(sameResult(values[i], oneByOne[i]), "sample matches one-by-one evaluation");
-            require(sameResult(inPlace[i], oneByOne[i]), "sample in place matches");
-            require(sameResult(asVector[i], oneByOne[i]), "sample of a vector matches");
-        }
-    } else {
-        (void)curve;
-        (void)times;
-        (void)oneByOne;
+    std::vector<double> values(times.size());
+    curve.sample(times.data(), values.data(), times.size());
+    std::vector<double> inPlace = times;
+    curve.sample(inPlace.data(), inPlace.data(), inPlace.size());
+    const std::vector<double> asVector = curve.sample(times);
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        if (!sameResult(values[i], oneByOne[i]))
+            std::fprintf(stderr, "t=%.17g sample %.17g one by one %.17g\n", times[i], values[i], oneByOne[i]);
+        require(sameResult(values[i], oneByOne[i]), "sample matches one-by-one evaluation");
+        require(sameResult(inPlace[i], oneByOne[i]), "sample in place matches");
+        require(sameResult(asVector[i], oneByOne[i]), "sample of a vector matches");
     }
 }
 
 // The same with an expression: the same values and the same variables left
-// behind as the calls one by one in order.
-template <class Curve>
-void checkBulkSampleWithExpression(Curve& curve, const std::vector<double>& times,
+// behind as the calls one by one in order, by the curve's sample and by the
+// runtime form one call at a time.
+void checkBulkSampleWithExpression(SplineBase& curve, const std::vector<double>& times,
                                    FunctionFloatBase* expression, double timeScale)
 {
-    if constexpr (HasBulkSample<Curve>::value) {
-        // Inside the curve the expression reads the variables as an earlier
-        // call left them, so both runs start from the same variables.
-        const TimeVariablesSnapshot before = TimeVariablesSnapshot::take();
-        std::vector<double> oneByOne;
-        for (double t : times)
-            oneByOne.push_back(curve(t, expression, timeScale));
-        const TimeVariablesSnapshot after = TimeVariablesSnapshot::take();
-        timeVariables = before.values;
-        std::vector<double> values(times.size());
-        curve.sample(times.data(), values.data(), times.size(), expression, timeScale);
-        require(TimeVariablesSnapshot::take() == after, "sample leaves the keys as the last call does");
-        for (std::size_t i = 0; i < times.size(); ++i) {
-            if (!sameResult(values[i], oneByOne[i]))
-                std::fprintf(stderr, "t=%.17g sample %.17g one by one %.17g\n", times[i], values[i], oneByOne[i]);
-            require(sameResult(values[i], oneByOne[i]), "sample with an expression matches");
-        }
-        timeVariables = before.values;
-        const std::vector<double> asVector = curve.sample(times, expression, timeScale);
-        for (std::size_t i = 0; i < times.size(); ++i)
-            require(sameResult(asVector[i], oneByOne[i]), "sample of a vector with an expression matches");
-    } else {
-        (void)curve;
-        (void)times;
-        (void)expression;
-        (void)timeScale;
+    // Inside the curve the expression reads the variables as an earlier
+    // call left them, so every run starts from the same variables.
+    const TimeVariablesSnapshot before = TimeVariablesSnapshot::take();
+    std::vector<double> oneByOne;
+    std::vector<TimeVariablesSnapshot> afterEach;
+    for (double t : times) {
+        oneByOne.push_back(curve(t, expression, timeScale));
+        afterEach.push_back(TimeVariablesSnapshot::take());
+    }
+    timeVariables = before.values;
+    std::vector<double> values(times.size());
+    curve.sample(times.data(), values.data(), times.size(), expression, timeScale);
+    require(afterEach.empty() || TimeVariablesSnapshot::take() == afterEach.back(),
+            "sample leaves the keys as the last call does");
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        if (!sameResult(values[i], oneByOne[i]))
+            std::fprintf(stderr, "t=%.17g sample %.17g one by one %.17g\n", times[i], values[i], oneByOne[i]);
+        require(sameResult(values[i], oneByOne[i]), "sample with an expression matches");
+    }
+    timeVariables = before.values;
+    const std::vector<double> asVector = curve.sample(times, expression, timeScale);
+    for (std::size_t i = 0; i < times.size(); ++i)
+        require(sameResult(asVector[i], oneByOne[i]), "sample of a vector with an expression matches");
+
+    timeVariables = before.values;
+    const exprcurve::CompiledCurve compiled(curve);
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        require(sameResult(compiled(times[i], expression, timeScale), oneByOne[i]),
+                "the runtime form with an expression answers as the curve");
+        require(TimeVariablesSnapshot::take() == afterEach[i],
+                "the runtime form with an expression writes the keys as the curve");
     }
 }
 
@@ -286,6 +269,7 @@ public:
 
     void step();
     void checkInvariants() const;
+    void checkKeptSnapshot() const;
 
 private:
     SplineBase& pickCurve() { return curves[in.byte() & 1]; }
@@ -327,6 +311,11 @@ private:
     int sharer = -1;  // the curve that lists the other's records, if any
     bool orderTrusted[2] = {true, true};
     std::vector<PointInfo*> givenBack;  // records remove() handed to us
+    // A runtime form taken at the last plain evaluation, with the times it
+    // was checked at and the curve's values then: it must answer them
+    // whatever the curves and their records went through since.
+    exprcurve::CompiledCurve kept;
+    std::vector<double> keptTimes, keptValues;
 };
 
 PointInfo* Harness::newRecord()
@@ -461,16 +450,38 @@ void Harness::retime(SplineBase& curve)
     require(lists(curve, record), "an edited record stays listed");
 }
 
+// What a list built from empty must be: `points` (copies, at the times
+// given) inserted one by one by the insertion rule, whatever their order.
+class OneByOne {
+public:
+    void add(const PointInfo& point, double time)
+    {
+        PointInfo copy = point;
+        copy.time = time;
+        expected.addPoint(copy);
+    }
+    bool matches(const SplineBase& built) const { return fuzz_support::sameList(expected.controlPoints, built.controlPoints); }
+
+private:
+    SplineBase expected;
+};
+
 // copy, copyDup and copySelected delete the target's old records.
 void Harness::copyInto(SplineBase& target)
 {
     SplineBase& source = curves[in.byte() & 1];
     endSharing();
     const std::uint8_t form = in.byte() % 3;
+    OneByOne expected;
     if (form == 0) {
+        for (const PointInfo* point : source.controlPoints)
+            expected.add(*point, point->time + 0.0);
         target.copy(source);
     } else if (form == 1) {
-        target.copyDup(source, in.time());
+        const double offset = in.time();
+        for (const PointInfo* point : source.controlPoints)
+            expected.add(*point, point->time + offset);
+        target.copyDup(source, offset);
     } else {
         // Records of either curve, a null entry and an address naming no
         // record; only the source's own records count.
@@ -488,9 +499,14 @@ void Harness::copyInto(SplineBase& target)
             if (entry != nullptr && lists(source, entry))
                 named.insert(entry);
         }
+        for (const PointInfo* point : source.controlPoints) {
+            if (named.count(point) != 0)
+                expected.add(*point, point->time);
+        }
         target.copySelected(source, selection);
         require(target.controlPoints.size() == named.size(), "copySelected copies each named point once");
     }
+    require(expected.matches(target), "a copy gives the list of one-by-one insertion");
     afterListRebuilt(target);
 }
 
@@ -591,9 +607,12 @@ void Harness::roundTrip(SplineBase& curve)
         require(file != nullptr, "tmpfile");
         curve.save(file);
         std::rewind(file);
+        OneByOne expected;
+        for (const PointInfo* point : curve.controlPoints)
+            expected.add(*point, point->time);
         target.load(file, 3027u);
         std::fclose(file);
-        require(target.controlPoints.size() == curve.controlPoints.size(), "a binary reload keeps every point");
+        require(expected.matches(target), "a binary reload gives the list of one-by-one insertion");
         require(target.curveFlag == curve.curveFlag, "a binary reload keeps curveFlag");
     } else {
         {
@@ -653,6 +672,16 @@ void Harness::evaluate(SplineBase& curve)
         }
     }
     checkBulkSample(curve, times, oneByOne);
+    if (in.byte() & 1)
+        kept.rebuild(curve);
+    else
+        kept = exprcurve::CompiledCurve(curve);
+    fuzz_support::checkCompiled(kept, times, oneByOne, [&](std::size_t) -> std::size_t {
+        const std::uint8_t pick = in.byte();
+        return pick < 16 ? SIZE_MAX - pick : pick;
+    });
+    keptTimes = times;
+    keptValues = oneByOne;
 }
 
 void Harness::evaluateWithExpression(SplineBase& curve)
@@ -750,6 +779,12 @@ void Harness::step()
     sweepGivenBack();
 }
 
+void Harness::checkKeptSnapshot() const
+{
+    for (std::size_t i = 0; i < keptTimes.size(); ++i)
+        require(sameResult(kept(keptTimes[i]), keptValues[i]), "a snapshot keeps answering as the curve stood");
+}
+
 void Harness::checkInvariants() const
 {
     for (int index = 0; index < 2; ++index) {
@@ -779,6 +814,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (int steps = 0; !in.empty() && steps < 400; ++steps) {
         harness.step();
         harness.checkInvariants();
+        harness.checkKeptSnapshot();
     }
     return 0;
 }

@@ -1,6 +1,9 @@
 // Any byte string is a curve file: loading it, evaluating the result anywhere,
 // saving it and loading that back must neither crash nor leak, and a binary
-// round trip must give back exactly the curve that was saved.
+// round trip must give back exactly the curve that was saved. Every load must
+// give the list that inserting the data's records one by one gives, whatever
+// their order, and the curve's runtime form must answer every probe time as
+// the curve does.
 //
 // Input: one byte choosing the format (0 text, 1..3 binary at versions 3000,
 // 3020 and 3027), then the file's contents.
@@ -19,9 +22,11 @@
 #include <fstream>
 #include <limits>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
+#include "compiledcurve.h"
 #include "splinebase.h"
 #include "fuzz_support.h"
 
@@ -31,30 +36,10 @@ constexpr unsigned int binaryVersions[] = {3000, 3020, 3027};
 
 using fuzz_support::require;
 
-bool sameBits(double a, double b)
-{
-    return std::memcmp(&a, &b, sizeof a) == 0;
-}
-
-bool samePoint(const PointInfo& a, const PointInfo& b)
-{
-    return sameBits(a.time, b.time) && sameBits(a.value, b.value) &&
-           sameBits(a.bezier.leftSlope, b.bezier.leftSlope) &&
-           sameBits(a.bezier.rightSlope, b.bezier.rightSlope) &&
-           sameBits(a.tcb.tension, b.tcb.tension) && sameBits(a.tcb.continuity, b.tcb.continuity) &&
-           sameBits(a.tcb.bias, b.tcb.bias) && sameBits(a.tcb.easeFrom, b.tcb.easeFrom) &&
-           sameBits(a.tcb.easeTo, b.tcb.easeTo) && a.type == b.type && a.flag == b.flag;
-}
-
 bool samePoints(const SplineBase& a, const SplineBase& b)
 {
-    if (a.controlPoints.size() != b.controlPoints.size())
-        return false;
-    for (std::size_t i = 0; i < a.controlPoints.size(); ++i) {
-        if (!samePoint(*a.controlPoints[i], *b.controlPoints[i]))
-            return false;
-    }
-    return a.preExtrapolation == b.preExtrapolation && a.postExtrapolation == b.postExtrapolation;
+    return fuzz_support::sameList(a.controlPoints, b.controlPoints) &&
+           a.preExtrapolation == b.preExtrapolation && a.postExtrapolation == b.postExtrapolation;
 }
 
 using fuzz_support::scratchPath;
@@ -107,15 +92,21 @@ constexpr bool assertionsOn = false;
 constexpr bool assertionsOn = true;
 #endif
 
+// Evaluates the curve at every probe time, and its runtime form, which must
+// answer the same.
 void evaluateEverywhere(const SplineBase& curve)
 {
     // With assertions on, those curves would stop the run; every other
     // assertion that fires is a finding.
     if (assertionsOn && reachesEvaluationAssertions(curve))
         return;
+    const std::vector<double> times = probeTimes(curve);
+    std::vector<double> values;
+    for (double t : times)
+        values.push_back(curve(t));
+    const exprcurve::CompiledCurve compiled(curve);
+    fuzz_support::checkCompiled(compiled, times, values, [](std::size_t i) { return i * 7919u; });
     volatile double sink = 0.0;
-    for (double t : probeTimes(curve))
-        sink = sink + curve(t);
     double ratio = 0.0;
     for (unsigned int i = 0; i <= curve.controlPoints.size() && i < 64; ++i) {
         sink = sink + curve.getTangentLeftAtNode(i, ratio) + ratio;
@@ -238,6 +229,88 @@ std::unique_ptr<SplineBase> loadBinary(const std::uint8_t* data, std::size_t siz
     return curve;
 }
 
+// ---------------------------------------------------------------- the order of the data
+
+// The records the data holds, in the order they stand, read item by item as
+// the loads read them and up to the first record that cannot be read whole.
+// Inserting them one by one gives the list every load must build.
+class DataRecords {
+public:
+    std::vector<PointInfo> records;
+
+    void fromText(const std::uint8_t* data, std::size_t size)
+    {
+        std::istringstream in(std::string(reinterpret_cast<const char*>(data), size));
+        unsigned int count = 0;
+        int pre = 0, post = 0;
+        if (!(in >> count >> pre >> post))
+            return;
+        for (unsigned int i = 0; i < count; ++i) {
+            PointInfo p{};
+            int type = 0, flag = 0;
+            if (!(in >> p.value >> p.time >> p.tcb.tension >> p.tcb.continuity >> p.tcb.bias >> p.tcb.easeTo >>
+                  p.tcb.easeFrom >> p.bezier.leftSlope >> p.bezier.rightSlope >> type >> flag))
+                return;
+            p.type = static_cast<kv_spline::interpolationType>(type);
+            p.flag = flag == 1;
+            records.push_back(p);
+        }
+    }
+
+    // The element layer's encoding: little-endian, fixed width.
+    void fromBinary(const std::uint8_t* data, std::size_t size, unsigned int version)
+    {
+        position = data;
+        end = data + size;
+        std::uint32_t count = 0;
+        if (!take(count))
+            return;
+        for (std::uint32_t i = 0; i < count; ++i) {
+            PointInfo p{};
+            std::int32_t type = 0, flag = 1;
+            if (!(take(p.value) && take(p.time) && take(p.tcb.tension) && take(p.tcb.continuity) &&
+                  take(p.tcb.bias) && take(p.tcb.easeTo) && take(p.tcb.easeFrom) && take(p.bezier.leftSlope) &&
+                  take(p.bezier.rightSlope) && take(type) && (version < 3027 || take(flag))))
+                return;
+            p.type = static_cast<kv_spline::interpolationType>(type);
+            p.flag = flag == 1;
+            records.push_back(p);
+        }
+    }
+
+    void expectLoadedAs(const SplineBase& loaded) const
+    {
+        SplineBase expected;
+        for (const PointInfo& record : records)
+            expected.addPoint(record);
+        require(fuzz_support::sameList(expected.controlPoints, loaded.controlPoints),
+                "a load gives the list of one-by-one insertion in the data's order");
+    }
+
+private:
+    template <typename T>
+    bool take(T& item)
+    {
+        static_assert(sizeof(T) == 4 || sizeof(T) == 8, "fixed-width elements");
+        if (static_cast<std::size_t>(end - position) < sizeof(T))
+            return false;
+        std::uint64_t bits = 0;
+        for (std::size_t byte = 0; byte < sizeof(T); ++byte)
+            bits |= static_cast<std::uint64_t>(position[byte]) << (8 * byte);
+        position += sizeof(T);
+        if constexpr (sizeof(T) == 8) {
+            std::memcpy(&item, &bits, sizeof item);
+        } else {
+            const std::uint32_t narrow = static_cast<std::uint32_t>(bits);
+            std::memcpy(&item, &narrow, sizeof item);
+        }
+        return true;
+    }
+
+    const std::uint8_t* position = nullptr;
+    const std::uint8_t* end = nullptr;
+};
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -248,6 +321,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::unique_ptr<SplineBase> curve = format == 0
                                             ? loadText(data + 1, size - 1)
                                             : loadBinary(data + 1, size - 1, binaryVersions[format - 1]);
+    DataRecords inData;
+    if (format == 0)
+        inData.fromText(data + 1, size - 1);
+    else
+        inData.fromBinary(data + 1, size - 1, binaryVersions[format - 1]);
+    inData.expectLoadedAs(*curve);
     evaluateEverywhere(*curve);
     binaryRoundTrip(*curve);
     textRoundTrip(*curve);
