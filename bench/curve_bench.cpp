@@ -153,12 +153,13 @@ void binarySave(benchmark::State& state)
     std::remove(path.c_str());
 }
 
-void binaryLoad(benchmark::State& state)
+// Loads of `saved`'s binary file, in the newest layout.
+void timeBinaryLoad(benchmark::State& state, SplineBase& saved, const char* suffix)
 {
-    const std::string path = scratchPath(".bin");
+    const std::string path = scratchPath(suffix);
     {
         FILE* file = std::fopen(path.c_str(), "wb");
-        rampCurve(kv_spline::TCB, mebi)->save(file);
+        saved.save(file);
         std::fclose(file);
     }
     SplineBase curve;
@@ -168,6 +169,11 @@ void binaryLoad(benchmark::State& state)
         std::fclose(file);
     }
     std::remove(path.c_str());
+}
+
+void binaryLoad(benchmark::State& state)
+{
+    timeBinaryLoad(state, *rampCurve(kv_spline::TCB, mebi), ".bin");
 }
 
 // The text save flushes the stream after every item, so it costs one write
@@ -184,25 +190,31 @@ void textSave(benchmark::State& state)
     std::remove(path.c_str());
 }
 
-// The file is made by the library's own save into a string buffer, where
-// the per-item flush costs nothing.
-void textLoad(benchmark::State& state)
+// Loads of `saved`'s text file, written with 17 digits. The file is made by
+// the library's own save into a string buffer, where the per-item flush
+// costs nothing.
+void timeTextLoad(benchmark::State& state, SplineBase& saved, const char* suffix)
 {
-    const std::string path = scratchPath(".txt");
+    const std::string path = scratchPath(suffix);
     {
         std::ofstream out;
         std::stringbuf text;
         static_cast<std::ostream&>(out).rdbuf(&text);
         out.precision(17);
-        SplineBase::save(*rampCurve(kv_spline::TCB, mebi), out);
+        SplineBase::save(saved, out);
         std::ofstream(path) << text.str();
     }
-    SplineBase curveLoaded;
+    SplineBase curve;
     for (auto _ : state) {
         std::ifstream in(path);
-        SplineBase::load(&curveLoaded, in);
+        SplineBase::load(&curve, in);
     }
     std::remove(path.c_str());
+}
+
+void textLoad(benchmark::State& state)
+{
+    timeTextLoad(state, *rampCurve(kv_spline::TCB, mebi), ".txt");
 }
 
 BENCHMARK(binarySave)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(3);
@@ -496,38 +508,12 @@ std::string loadName(const char* format, const DataOrder& order)
 
 void binaryLoadInOrder(benchmark::State& state, const DataOrder* order)
 {
-    const std::string path = scratchPath(".order.bin");
-    {
-        FILE* file = std::fopen(path.c_str(), "wb");
-        curveInOrder(*order)->save(file);
-        std::fclose(file);
-    }
-    SplineBase curve;
-    for (auto _ : state) {
-        FILE* file = std::fopen(path.c_str(), "rb");
-        curve.load(file, 3027);
-        std::fclose(file);
-    }
-    std::remove(path.c_str());
+    timeBinaryLoad(state, *curveInOrder(*order), ".order.bin");
 }
 
 void textLoadInOrder(benchmark::State& state, const DataOrder* order)
 {
-    const std::string path = scratchPath(".order.txt");
-    {
-        std::ofstream out;
-        std::stringbuf text;
-        static_cast<std::ostream&>(out).rdbuf(&text);
-        out.precision(17);
-        SplineBase::save(*curveInOrder(*order), out);
-        std::ofstream(path) << text.str();
-    }
-    SplineBase curve;
-    for (auto _ : state) {
-        std::ifstream in(path);
-        SplineBase::load(&curve, in);
-    }
-    std::remove(path.c_str());
+    timeTextLoad(state, *curveInOrder(*order), ".order.txt");
 }
 
 // The text format carries no NaN (the stream writes "nan" and cannot read it

@@ -15,6 +15,27 @@
 
 namespace {
 
+// Starts four threads at once, each running `round` 50 times; returns how
+// many rounds each thread found wrong.
+template <typename Round>
+std::vector<int> wrongRoundsOnFourThreads(const Round& round)
+{
+    std::atomic<bool> go{false};
+    std::vector<int> mismatchedRounds(4, 0);
+    std::vector<std::thread> threads;
+    for (int& mismatches : mismatchedRounds)
+        threads.emplace_back([&] {
+            while (!go.load())
+                std::this_thread::yield();
+            for (int number = 0; number < 50; ++number)
+                mismatches += round(number) ? 0 : 1;
+        });
+    go.store(true);
+    for (std::thread& thread : threads)
+        thread.join();
+    return mismatchedRounds;
+}
+
 TEST(ConcurrencyCurve, SharedCurveEvaluatesIdenticallyOnEveryThread)
 {
     // Every kind of segment, ease, and cycling with offset after the last point.
@@ -34,20 +55,7 @@ TEST(ConcurrencyCurve, SharedCurveEvaluatesIdenticallyOnEveryThread)
         return point_fields::bitsOf(results);
     };
     const std::vector<std::uint64_t> expected = readEverything();
-    std::atomic<bool> go{false};
-    std::vector<int> mismatchedRounds(4, 0);
-    std::vector<std::thread> threads;
-    for (int& mismatches : mismatchedRounds)
-        threads.emplace_back([&] {
-            while (!go.load())
-                std::this_thread::yield();
-            for (int round = 0; round < 50; ++round)
-                mismatches += readEverything() != expected;
-        });
-    go.store(true);
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(mismatchedRounds, std::vector<int>(4, 0));
+    EXPECT_EQ(wrongRoundsOnFourThreads([&](int) { return readEverything() == expected; }), std::vector<int>(4, 0));
 }
 
 // One runtime form serves every thread, each with its own hint, and sampling
@@ -63,27 +71,16 @@ TEST(ConcurrencyCurve, SharedRuntimeFormAnswersIdenticallyOnEveryThread)
     for (const double t : times)
         expected.push_back((*curve)(t));
     const exprcurve::CompiledCurve shared(*curve);
-    std::atomic<bool> go{false};
-    std::vector<int> mismatchedRounds(4, 0);
-    std::vector<std::thread> threads;
-    for (int& mismatches : mismatchedRounds)
-        threads.emplace_back([&] {
-            while (!go.load())
-                std::this_thread::yield();
-            for (int round = 0; round < 50; ++round) {
-                std::size_t hint = static_cast<std::size_t>(round);
-                std::vector<double> values(times.size()), sampled(times.size());
-                for (std::size_t i = 0; i < times.size(); ++i)
-                    values[i] = shared(times[i], hint);
-                shared.sample(times.data(), sampled.data(), times.size());
-                mismatches += point_fields::bitsOf(values) != point_fields::bitsOf(expected) ||
-                              point_fields::bitsOf(sampled) != point_fields::bitsOf(expected);
-            }
-        });
-    go.store(true);
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(mismatchedRounds, std::vector<int>(4, 0));
+    const auto round = [&](int number) {
+        std::size_t hint = static_cast<std::size_t>(number);  // each thread's own, any value
+        std::vector<double> values(times.size()), sampled(times.size());
+        for (std::size_t i = 0; i < times.size(); ++i)
+            values[i] = shared(times[i], hint);
+        shared.sample(times.data(), sampled.data(), times.size());
+        return point_fields::bitsOf(values) == point_fields::bitsOf(expected) &&
+               point_fields::bitsOf(sampled) == point_fields::bitsOf(expected);
+    };
+    EXPECT_EQ(wrongRoundsOnFourThreads(round), std::vector<int>(4, 0));
 }
 
 }  // namespace
