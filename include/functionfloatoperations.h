@@ -10,7 +10,6 @@
 #define EXPRCURVE_FUNCTIONFLOATOPERATIONS_H
 
 #include <cmath>
-#include <math.h>  // j0, j1 (POSIX, not part of std::)
 
 constexpr double exprcurveTruthTolerance = 2.220446049250313e-16;
 
@@ -23,8 +22,10 @@ inline double product(double a, double b) { return a * b; }
 inline double quotient(double a, double b) { return a / b; }
 inline double toThePower(double a, double b) { return std::pow(a, b); }
 
-inline double besselJ0(double x) { return ::j0(x); }
-inline double besselJ1(double x) { return ::j1(x); }
+// Out of line: j0 and j1 are POSIX, declared only by <math.h>, which this
+// header leaves out of every host's translation units.
+double besselJ0(double x);
+double besselJ1(double x);
 inline double roundDown(double x) { return std::floor(x); }
 inline double roundUp(double x) { return std::ceil(x); }
 inline double tangent(double x) { return std::tan(x); }

@@ -11,7 +11,7 @@
 #include <functional>
 #include <memory>
 
-#include "controlpoints.h"
+#include "control_points.h"
 #include "splinebase.h"
 
 using exprcurve_detail::copyOf;

@@ -24,7 +24,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "curveevaluation.h"
+#include "evaluation.h"
 #include "splinebase.h"
 
 namespace exprcurve_detail {
@@ -134,7 +134,7 @@ public:
     // storage.
     void build(const SplineBase& curve);
 
-    // The evaluation interface of a curve source (curveevaluation.h).
+    // The evaluation interface of a curve source (evaluation.h).
     std::size_t pointCount() const { return times.count(); }
     double defaultValue() const { return emptyValue; }
     int preMode() const { return preExtrapolation; }

@@ -7,7 +7,7 @@
 #include <cassert>
 #include <cmath>
 
-#include "controlpoints.h"
+#include "control_points.h"
 #include "splinebase.h"
 
 using exprcurve_detail::deleteAll;

@@ -3,7 +3,7 @@
 // The grouping of every floating-point operation below is deliberate: results
 // are compared bit for bit, so a reordering that is algebraically equal is
 // still a change.
-#include "curveevaluation.h"
+#include "evaluation.h"
 #include "splinebase.h"
 
 using exprcurve_detail::FrontScan;

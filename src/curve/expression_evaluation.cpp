@@ -5,7 +5,7 @@
 #include <cmath>
 #include <limits>
 
-#include "curveevaluation.h"
+#include "evaluation.h"
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
 #include "splinebase.h"

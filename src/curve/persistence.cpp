@@ -22,7 +22,7 @@
 #include <memory>
 #include <ostream>
 
-#include "controlpoints.h"
+#include "control_points.h"
 #include "kv_fileio.h"
 #include "splinebase.h"
 

@@ -1,4 +1,4 @@
-#include "controlpoints.h"
+#include "control_points.h"
 
 #include <gtest/gtest.h>
 

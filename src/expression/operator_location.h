@@ -6,8 +6,8 @@
 // Every finder returns false when the text is not of its form and then leaves
 // its outputs untouched; on success the outputs are views into `s`. The call
 // forms test enclosure through an index of a text that holds `s`.
-#ifndef EXPRCURVE_PRIVATE_OPERATOR_LOCATION_H
-#define EXPRCURVE_PRIVATE_OPERATOR_LOCATION_H
+#ifndef EXPRCURVE_EXPRESSION_OPERATOR_LOCATION_H
+#define EXPRCURVE_EXPRESSION_OPERATOR_LOCATION_H
 
 #include <array>
 #include <cstddef>
@@ -75,4 +75,4 @@ bool splitOneArgumentCall(std::string_view name, std::string_view s, std::string
 
 }  // namespace exprcurve::finders
 
-#endif  // EXPRCURVE_PRIVATE_OPERATOR_LOCATION_H
+#endif  // EXPRCURVE_EXPRESSION_OPERATOR_LOCATION_H

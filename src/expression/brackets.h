@@ -4,8 +4,8 @@
 // Two bracket kinds exist, "(" ")" and "{" "}". The depth scan counts both
 // kinds in one depth, so "(" may be closed by "}" as far as depth goes; only
 // the enclosure test tells the kinds apart.
-#ifndef EXPRCURVE_PRIVATE_BRACKETS_H
-#define EXPRCURVE_PRIVATE_BRACKETS_H
+#ifndef EXPRCURVE_EXPRESSION_BRACKETS_H
+#define EXPRCURVE_EXPRESSION_BRACKETS_H
 
 #include <array>
 #include <cstddef>
@@ -123,4 +123,4 @@ inline std::size_t countEnclosingPairs(std::string_view s) { return EnclosureInd
 
 }  // namespace exprcurve::brackets
 
-#endif  // EXPRCURVE_PRIVATE_BRACKETS_H
+#endif  // EXPRCURVE_EXPRESSION_BRACKETS_H

@@ -14,8 +14,8 @@
 // a group of doubles whose every operation rounds each lane as the scalar
 // operation does (lane_pair.h), so that bulk evaluation gives every time its
 // single-time value bit for bit.
-#ifndef EXPRCURVE_PRIVATE_CURVEEVALUATION_H
-#define EXPRCURVE_PRIVATE_CURVEEVALUATION_H
+#ifndef EXPRCURVE_CURVE_EVALUATION_H
+#define EXPRCURVE_CURVE_EVALUATION_H
 
 #include <cassert>
 #include <cmath>
@@ -23,7 +23,7 @@
 #include <vector>
 
 #include "bezierbase.h"
-#include "controlpoints.h"
+#include "control_points.h"
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
 #include "splinebase.h"
@@ -438,4 +438,4 @@ double valueWithExpression(const Curve& curve, const double& t, typename Curve::
 
 }  // namespace exprcurve_detail
 
-#endif  // EXPRCURVE_PRIVATE_CURVEEVALUATION_H
+#endif  // EXPRCURVE_CURVE_EVALUATION_H

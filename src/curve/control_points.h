@@ -1,8 +1,8 @@
 // The ordered insertion that every operation adding a point to a curve goes
 // through, the scan behind every lookup by time, and the deletion of a
 // curve's records (internal).
-#ifndef EXPRCURVE_PRIVATE_CONTROLPOINTS_H
-#define EXPRCURVE_PRIVATE_CONTROLPOINTS_H
+#ifndef EXPRCURVE_CURVE_CONTROL_POINTS_H
+#define EXPRCURVE_CURVE_CONTROL_POINTS_H
 
 #include <cmath>
 #include <cstddef>
@@ -94,4 +94,4 @@ PointInfo* copyOf(const PointInfo& source, double time);
 
 }  // namespace exprcurve_detail
 
-#endif  // EXPRCURVE_PRIVATE_CONTROLPOINTS_H
+#endif  // EXPRCURVE_CURVE_CONTROL_POINTS_H
