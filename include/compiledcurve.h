@@ -41,7 +41,7 @@
 class FunctionFloatBase;
 class SplineBase;
 
-namespace exprcurve_detail {
+namespace exprcurve::curves {
 class CurveSnapshot;
 }
 
@@ -81,7 +81,7 @@ public:
     std::size_t size() const;  // points in the snapshot
 
 private:
-    std::unique_ptr<exprcurve_detail::CurveSnapshot> data;
+    std::unique_ptr<exprcurve::curves::CurveSnapshot> data;
 };
 
 }  // namespace exprcurve

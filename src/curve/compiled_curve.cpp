@@ -8,7 +8,7 @@
 
 namespace exprcurve {
 
-using exprcurve_detail::CurveSnapshot;
+using curves::CurveSnapshot;
 
 namespace {
 
@@ -63,12 +63,12 @@ void CompiledCurve::rebuild(const SplineBase& curve)
 double CompiledCurve::operator()(double t) const
 {
     std::size_t searchFromScratch = 0;
-    return exprcurve_detail::plainValue(snapshotOf(data), t, searchFromScratch);
+    return curves::plainValue(snapshotOf(data), t, searchFromScratch);
 }
 
 double CompiledCurve::operator()(double t, std::size_t& hint) const
 {
-    return exprcurve_detail::plainValue(snapshotOf(data), t, hint);
+    return curves::plainValue(snapshotOf(data), t, hint);
 }
 
 void CompiledCurve::sample(const double* times, double* values, std::size_t count) const
@@ -78,9 +78,9 @@ void CompiledCurve::sample(const double* times, double* values, std::size_t coun
 
 double CompiledCurve::operator()(double t, FunctionFloatBase* expression, double timeScale) const
 {
-    exprcurve_detail::ExpressionOfTime withExpression(expression, timeScale);
+    curves::ExpressionOfTime withExpression(expression, timeScale);
     std::size_t cursor = 0;
-    return exprcurve_detail::valueWithExpression(snapshotOf(data), t, cursor, withExpression);
+    return curves::valueWithExpression(snapshotOf(data), t, cursor, withExpression);
 }
 
 std::size_t CompiledCurve::size() const

@@ -6,7 +6,7 @@
 
 #include "splinebase.h"
 
-namespace exprcurve_detail {
+namespace exprcurve::curves {
 
 unsigned int insertOrdered(std::vector<PointInfo*>& list, PointInfo* point)
 {
@@ -79,4 +79,4 @@ PointInfo* copyOf(const PointInfo& source, double time)
     return copy;
 }
 
-}  // namespace exprcurve_detail
+}  // namespace exprcurve::curves

@@ -10,7 +10,7 @@
 
 #include "splinebase.h"
 
-namespace exprcurve_detail {
+namespace exprcurve::curves {
 
 inline double timeOf(const PointInfo* point)
 {
@@ -92,6 +92,6 @@ void deleteAll(std::vector<PointInfo*>& list);
 // A new record with every field of `source`, at `time`.
 PointInfo* copyOf(const PointInfo& source, double time);
 
-}  // namespace exprcurve_detail
+}  // namespace exprcurve::curves
 
 #endif  // EXPRCURVE_CURVE_CONTROL_POINTS_H

@@ -14,10 +14,10 @@
 #include "control_points.h"
 #include "splinebase.h"
 
-using exprcurve_detail::copyOf;
-using exprcurve_detail::deleteAll;
-using exprcurve_detail::insertOrdered;
-using exprcurve_detail::OrderedBuilder;
+using exprcurve::curves::copyOf;
+using exprcurve::curves::deleteAll;
+using exprcurve::curves::insertOrdered;
+using exprcurve::curves::OrderedBuilder;
 
 namespace {
 

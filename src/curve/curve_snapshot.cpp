@@ -6,7 +6,7 @@
 
 #include "lane_pair.h"
 
-namespace exprcurve_detail {
+namespace exprcurve::curves {
 
 namespace {
 
@@ -247,7 +247,7 @@ void CurveSnapshot::build(const SplineBase& curve)
     postExtrapolation = curve.postExtrapolation;
     emptyValue = curve.defaultValue;
     lastPointIsStep = count > 0 && points.back()->type == kv_spline::STEP;
-    slopeAtLast = count > 1 ? exprcurve_detail::arrivalSlope(curve) : 0.0;
+    slopeAtLast = count > 1 ? exprcurve::curves::arrivalSlope(curve) : 0.0;
 }
 
 // A curve whose segments are all of one kind, the common case, is walked by
@@ -291,4 +291,4 @@ void sampleRecords(const SplineBase& curve, const double* at, double* values, st
     sampleWithExpression(SearchedRecords(curve, times), at, values, count, expression, timeScale);
 }
 
-}  // namespace exprcurve_detail
+}  // namespace exprcurve::curves

@@ -27,7 +27,7 @@
 #include "evaluation.h"
 #include "splinebase.h"
 
-namespace exprcurve_detail {
+namespace exprcurve::curves {
 
 // The times of a list that never decrease and hold no NaN, and the searches
 // for the segment of an inside time t (first time < t <= last time): the
@@ -294,6 +294,6 @@ void sampleRecords(const SplineBase& curve, const double* at, double* values, st
 void sampleRecords(const SplineBase& curve, const double* at, double* values, std::size_t count,
                    FunctionFloatBase* expression, const double& timeScale);
 
-}  // namespace exprcurve_detail
+}  // namespace exprcurve::curves
 
 #endif  // EXPRCURVE_SRC_CURVE_CURVE_SNAPSHOT_H

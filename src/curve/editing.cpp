@@ -10,8 +10,8 @@
 #include "control_points.h"
 #include "splinebase.h"
 
-using exprcurve_detail::deleteAll;
-using exprcurve_detail::insertOrdered;
+using exprcurve::curves::deleteAll;
+using exprcurve::curves::insertOrdered;
 
 namespace {
 
@@ -166,7 +166,7 @@ unsigned int SplineBase::findIndex(const double& t) const
         return static_cast<unsigned int>(count);
     if (count == 1)
         return 0;
-    return static_cast<unsigned int>(exprcurve_detail::firstNotBelow(controlPoints, t, 0, count - 1));
+    return static_cast<unsigned int>(exprcurve::curves::firstNotBelow(controlPoints, t, 0, count - 1));
 }
 
 bool SplineBase::isInterior(const double& t) const

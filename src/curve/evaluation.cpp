@@ -6,7 +6,7 @@
 #include "evaluation.h"
 #include "splinebase.h"
 
-using exprcurve_detail::FrontScan;
+using exprcurve::curves::FrontScan;
 
 namespace {
 
@@ -105,5 +105,5 @@ double SplineBase::getTangentRightAtNode(const unsigned int& index, double& rati
 double SplineBase::operator()(const double& t) const
 {
     FrontScan::Cursor cursor;
-    return exprcurve_detail::plainValue(FrontScan(*this), t, cursor);
+    return exprcurve::curves::plainValue(FrontScan(*this), t, cursor);
 }

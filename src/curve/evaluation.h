@@ -28,7 +28,7 @@
 #include "functionparserbase.h"
 #include "splinebase.h"
 
-namespace exprcurve_detail {
+namespace exprcurve::curves {
 
 // Where a time falls relative to a curve that has at least one point.
 struct CurveLocation {
@@ -274,7 +274,7 @@ public:
     double lastTime() const { return curve.controlPoints.back()->time; }
     double lastValue() const { return curve.controlPoints.back()->value; }
     bool lastIsStep() const { return curve.controlPoints.back()->type == kv_spline::STEP; }
-    double arrivalSlope() const { return exprcurve_detail::arrivalSlope(curve); }
+    double arrivalSlope() const { return exprcurve::curves::arrivalSlope(curve); }
 
     CurveLocation locate(const double& t, Cursor&) const
     {
@@ -436,6 +436,6 @@ double valueWithExpression(const Curve& curve, const double& t, typename Curve::
                       plainValue(curve, shift.shiftedTime, cursor));
 }
 
-}  // namespace exprcurve_detail
+}  // namespace exprcurve::curves
 
 #endif  // EXPRCURVE_CURVE_EVALUATION_H

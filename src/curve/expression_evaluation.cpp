@@ -10,7 +10,7 @@
 #include "functionparserbase.h"
 #include "splinebase.h"
 
-using exprcurve_detail::FrontScan;
+using exprcurve::curves::FrontScan;
 
 namespace {
 
@@ -117,7 +117,7 @@ void stepTimeBack(const Key* key)
 
 }  // namespace
 
-namespace exprcurve_detail {
+namespace exprcurve::curves {
 
 TimeKeys fetchTimeKeys()
 {
@@ -142,12 +142,12 @@ double expressionSlopeBack(const TimeKeys& keys, const double& atLast,
     return (atLast - beforeLast) / linearProbeStep;
 }
 
-}  // namespace exprcurve_detail
+}  // namespace exprcurve::curves
 
 double SplineBase::operator()(const double& t, FunctionFloatBase* expression,
                               const double& timeScale)
 {
-    exprcurve_detail::ExpressionOfTime withExpression(expression, timeScale);
+    exprcurve::curves::ExpressionOfTime withExpression(expression, timeScale);
     FrontScan::Cursor cursor;
-    return exprcurve_detail::valueWithExpression(FrontScan(*this), t, cursor, withExpression);
+    return exprcurve::curves::valueWithExpression(FrontScan(*this), t, cursor, withExpression);
 }

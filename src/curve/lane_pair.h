@@ -13,7 +13,7 @@
 #include <emmintrin.h>
 #endif
 
-namespace exprcurve_detail {
+namespace exprcurve::curves {
 
 #if defined(__SSE2__)
 
@@ -158,6 +158,6 @@ private:
 
 #endif
 
-}  // namespace exprcurve_detail
+}  // namespace exprcurve::curves
 
 #endif  // EXPRCURVE_SRC_CURVE_LANE_PAIR_H

@@ -26,8 +26,8 @@
 #include "kv_fileio.h"
 #include "splinebase.h"
 
-using exprcurve_detail::deleteAll;
-using exprcurve_detail::OrderedBuilder;
+using exprcurve::curves::deleteAll;
+using exprcurve::curves::OrderedBuilder;
 
 namespace {
 

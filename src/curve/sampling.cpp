@@ -10,13 +10,13 @@
 
 void SplineBase::sample(const double* times, double* values, std::size_t count) const
 {
-    exprcurve_detail::sampleRecords(*this, times, values, count);
+    exprcurve::curves::sampleRecords(*this, times, values, count);
 }
 
 void SplineBase::sample(const double* times, double* values, std::size_t count,
                         FunctionFloatBase* expression, const double& timeScale)
 {
-    exprcurve_detail::sampleRecords(*this, times, values, count, expression, timeScale);
+    exprcurve::curves::sampleRecords(*this, times, values, count, expression, timeScale);
 }
 
 std::vector<double> SplineBase::sample(const std::vector<double>& times) const

@@ -34,14 +34,14 @@ TEST(OrderedBuilder, BuildsTheListInsertOrderedBuilds)
         std::vector<std::unique_ptr<PointInfo>> records;
         std::vector<PointInfo*> byBuilder, byRule;
         {
-            exprcurve_detail::OrderedBuilder builder(byBuilder);
+            exprcurve::curves::OrderedBuilder builder(byBuilder);
             double time = 0.0;
             for (int n = static_cast<int>(random() % 41); n > 0; --n) {
                 const unsigned step = random() % 10;
                 const double at = step == 9 ? unusual[random() % 5] : (time += step < 4 ? 1.0 : step >= 7 ? -2.0 : 0.0);
                 records.emplace_back(new PointInfo{at, 0, {}, {}, kv_spline::LINEAR, false});
                 builder.insert(records.back().get());
-                exprcurve_detail::insertOrdered(byRule, records.back().get());
+                exprcurve::curves::insertOrdered(byRule, records.back().get());
             }
         }
         ASSERT_EQ(byBuilder, byRule) << round;
@@ -73,7 +73,7 @@ TEST(OrderedBuilder, BlocksBetweenNaNTimesAndEqualTimesReversed)
             records.push_back(PointInfo{time, 0, {}, {}, kv_spline::LINEAR, false});
         std::vector<PointInfo*> built;
         {
-            exprcurve_detail::OrderedBuilder builder(built);
+            exprcurve::curves::OrderedBuilder builder(built);
             for (PointInfo& record : records)
                 builder.insert(&record);
         }
@@ -122,7 +122,7 @@ std::vector<PointInfo> insertedOneByOne(const std::vector<PointInfo>& arrivals)
     std::vector<PointInfo> records = arrivals;
     std::vector<PointInfo*> list;
     for (PointInfo& record : records)
-        exprcurve_detail::insertOrdered(list, &record);
+        exprcurve::curves::insertOrdered(list, &record);
     std::vector<PointInfo> ordered;
     for (const PointInfo* point : list)
         ordered.push_back(*point);
