@@ -16,7 +16,7 @@ inline double timeOf(const PointInfo* point)
 {
     return point->time;
 }
-inline double timeOf(const double& time)
+inline double timeOf(double time)
 {
     return time;
 }
@@ -27,17 +27,15 @@ inline double timeOf(const double& time)
 // list through here, so the loop is kept to a load, a compare and a branch
 // per point.
 template <typename Entry>
-inline std::size_t firstNotBelow(const Entry* entries, const double& t, std::size_t from,
-                                 const std::size_t end)
+inline std::size_t firstNotBelow(const Entry* entries, double t, std::size_t from, std::size_t end)
 {
-    const double time = t;
-    while (from < end && !(time <= timeOf(entries[from])))
+    while (from < end && !(t <= timeOf(entries[from])))
         ++from;
     return from;
 }
 
-inline std::size_t firstNotBelow(const std::vector<PointInfo*>& points, const double& t,
-                                 std::size_t from, const std::size_t end)
+inline std::size_t firstNotBelow(const std::vector<PointInfo*>& points, double t,
+                                 std::size_t from, std::size_t end)
 {
     return firstNotBelow(points.data(), t, from, end);
 }
@@ -51,7 +49,7 @@ unsigned int insertOrdered(std::vector<PointInfo*>& list, PointInfo* point);
 // Whether `time` may follow `previous` in a list whose times never decrease
 // and hold no NaN: the property under which a list may be searched or
 // appended to instead of scanned. The first time of a list follows -inf.
-inline bool staysSortedWithoutNaN(const double& previous, const double& time)
+inline bool staysSortedWithoutNaN(double previous, double time)
 {
     return !std::isnan(time) && !(previous > time);
 }

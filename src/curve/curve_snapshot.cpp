@@ -10,7 +10,7 @@ namespace exprcurve::curves {
 
 namespace {
 
-bool holds(const SegmentShape& shape, const double& t)
+bool holds(const SegmentShape& shape, double t)
 {
     return shape.startTime < t && t <= shape.endTime;
 }
@@ -22,7 +22,7 @@ bool holds(const SegmentShape& shape, const double& t)
 // values' array. Returns where the run ends.
 template <typename Kernel>
 std::size_t fillWhileHeld(const SegmentShape& shape, const double* times, double* values,
-                          std::size_t begin, const std::size_t& count, const Kernel& kernel)
+                          std::size_t begin, std::size_t count, const Kernel& kernel)
 {
     const LanePair start(shape.startTime);
     const LanePair end(shape.endTime);
@@ -39,7 +39,7 @@ std::size_t fillWhileHeld(const SegmentShape& shape, const double* times, double
 
 template <SegmentKind kind>
 std::size_t fillRunOfKind(const SegmentShape& shape, const double* times, double* values,
-                          std::size_t begin, const std::size_t& count)
+                          std::size_t begin, std::size_t count)
 {
     return fillWhileHeld(shape, times, values, begin, count, [&](const auto& t) {
         if constexpr (kind == SegmentKind::Step)
@@ -55,7 +55,7 @@ std::size_t fillRunOfKind(const SegmentShape& shape, const double* times, double
 
 // A run of the shape's own kind.
 std::size_t fillRun(const SegmentShape& shape, const double* times, double* values,
-                    std::size_t begin, const std::size_t& count)
+                    std::size_t begin, std::size_t count)
 {
     switch (shape.kind) {
     case SegmentKind::Step:
@@ -84,9 +84,9 @@ std::size_t fillRun(const SegmentShape& shape, const double* times, double* valu
 // and read back in wider pieces stalls the processor.
 template <SegmentKind kind>
 struct EverySegment {
-    SegmentShape shapeOf(const std::size_t& segment) const { return table.shapeOf(segment, kind); }
-    std::size_t run(const std::size_t& segment, const double* times, double* values,
-                    std::size_t begin, const std::size_t& count) const
+    SegmentShape shapeOf(std::size_t segment) const { return table.shapeOf(segment, kind); }
+    std::size_t run(std::size_t segment, const double* times, double* values,
+                    std::size_t begin, std::size_t count) const
     {
         return fillRunOfKind<kind>(shapeOf(segment), times, values, begin, count);
     }
@@ -94,9 +94,9 @@ struct EverySegment {
 };
 
 struct EachSegment {
-    SegmentShape shapeOf(const std::size_t& segment) const { return table.shapeOf(segment); }
-    std::size_t run(const std::size_t& segment, const double* times, double* values,
-                    std::size_t begin, const std::size_t& count) const
+    SegmentShape shapeOf(std::size_t segment) const { return table.shapeOf(segment); }
+    std::size_t run(std::size_t segment, const double* times, double* values,
+                    std::size_t begin, std::size_t count) const
     {
         return fillRun(shapeOf(segment), times, values, begin, count);
     }
@@ -104,9 +104,9 @@ struct EachSegment {
 };
 
 struct RecordSegments {
-    SegmentShape shapeOf(const std::size_t& segment) const { return segmentShape(curve, segment); }
-    std::size_t run(const std::size_t& segment, const double* times, double* values,
-                    std::size_t begin, const std::size_t& count) const
+    SegmentShape shapeOf(std::size_t segment) const { return segmentShape(curve, segment); }
+    std::size_t run(std::size_t segment, const double* times, double* values,
+                    std::size_t begin, std::size_t count) const
     {
         return fillRun(shapeOf(segment), times, values, begin, count);
     }
@@ -172,7 +172,7 @@ void sampleSource(const Curve& curve, const PointTimes& times, const Segments& s
 template <typename Curve>
 void sampleWithExpression(const Curve& curve, const double* at, double* values,
                           std::size_t count, FunctionFloatBase* expression,
-                          const double& timeScale)
+                          double timeScale)
 {
     ExpressionOfTime withExpression(expression, timeScale);
     typename Curve::Cursor cursor = 0;
@@ -271,7 +271,7 @@ void CurveSnapshot::sample(const double* at, double* values, std::size_t count) 
 }
 
 void CurveSnapshot::sample(const double* at, double* values, std::size_t count,
-                           FunctionFloatBase* expression, const double& timeScale) const
+                           FunctionFloatBase* expression, double timeScale) const
 {
     sampleWithExpression(*this, at, values, count, expression, timeScale);
 }
@@ -284,7 +284,7 @@ void sampleRecords(const SplineBase& curve, const double* at, double* values, st
 }
 
 void sampleRecords(const SplineBase& curve, const double* at, double* values, std::size_t count,
-                   FunctionFloatBase* expression, const double& timeScale)
+                   FunctionFloatBase* expression, double timeScale)
 {
     PointTimes times;
     times.copyFrom(curve.controlPoints);

@@ -37,11 +37,11 @@ struct SortedTimes {
     std::size_t last;  // the last index
 
     // In [low, high]; the time at `high` is known not to be below t.
-    std::size_t halving(const std::size_t& low, const std::size_t& high, const double& t) const;
+    std::size_t halving(std::size_t low, std::size_t high, double t) const;
     // From any cursor.
-    std::size_t gallopFrom(const std::size_t& cursor, const double& t) const;
+    std::size_t gallopFrom(std::size_t cursor, double t) const;
     // From a segment whose start lies below t.
-    std::size_t walkOn(std::size_t segment, const double& t) const;
+    std::size_t walkOn(std::size_t segment, double t) const;
 };
 
 // A copy of a list's times, and where a time falls in that list: searched
@@ -64,7 +64,7 @@ public:
     const double* data() const { return times.data(); }
 
     // At least one point.
-    CurveLocation locate(const double& t, Cursor& cursor) const
+    CurveLocation locate(double t, Cursor& cursor) const
     {
         return locateBetween(times.front(), times.back(), times.size(), t,
                              [&] { return segmentOf(t, cursor); });
@@ -72,7 +72,7 @@ public:
 
 private:
     // Inside times only.
-    std::size_t segmentOf(const double& t, Cursor& cursor) const;
+    std::size_t segmentOf(double t, Cursor& cursor) const;
 
     std::vector<double> times;
     bool sorted = true;
@@ -97,8 +97,8 @@ public:
     double lastValue() const { return records.lastValue(); }
     bool lastIsStep() const { return records.lastIsStep(); }
     double arrivalSlope() const { return records.arrivalSlope(); }
-    CurveLocation locate(const double& t, Cursor& cursor) const { return times.locate(t, cursor); }
-    double value(const std::size_t& segment, const double& t) const
+    CurveLocation locate(double t, Cursor& cursor) const { return times.locate(t, cursor); }
+    double value(std::size_t segment, double t) const
     {
         return records.value(segment, t);
     }
@@ -118,9 +118,9 @@ struct SegmentTable {
     const double* endTangents;
     const EaseShape* eases;
 
-    SegmentShape shapeOf(const std::size_t& segment) const { return shapeOf(segment, kinds[segment]); }
+    SegmentShape shapeOf(std::size_t segment) const { return shapeOf(segment, kinds[segment]); }
     // The same, for a segment known to be of the kind given.
-    SegmentShape shapeOf(const std::size_t& segment, const SegmentKind& kind) const;
+    SegmentShape shapeOf(std::size_t segment, SegmentKind kind) const;
 };
 
 class CurveSnapshot {
@@ -145,8 +145,8 @@ public:
     double lastValue() const { return values.back(); }
     bool lastIsStep() const { return lastPointIsStep; }
     double arrivalSlope() const { return slopeAtLast; }
-    CurveLocation locate(const double& t, Cursor& cursor) const { return times.locate(t, cursor); }
-    double value(const std::size_t& segment, const double& t) const
+    CurveLocation locate(double t, Cursor& cursor) const { return times.locate(t, cursor); }
+    double value(std::size_t segment, double t) const
     {
         return valueInSegment(table().shapeOf(segment), t);
     }
@@ -157,7 +157,7 @@ public:
     // writes of the keys and evaluations of the expression as one call per
     // time; the keys are looked up at most once.
     void sample(const double* times, double* values, std::size_t count,
-                FunctionFloatBase* expression, const double& timeScale) const;
+                FunctionFloatBase* expression, double timeScale) const;
 
 private:
     SegmentTable table() const
@@ -183,7 +183,7 @@ private:
     bool segmentsShareKind;
 };
 
-inline SegmentShape SegmentTable::shapeOf(const std::size_t& segment, const SegmentKind& kind) const
+inline SegmentShape SegmentTable::shapeOf(std::size_t segment, SegmentKind kind) const
 {
     SegmentShape shape;
     shape.kind = kind;
@@ -203,7 +203,7 @@ inline SegmentShape SegmentTable::shapeOf(const std::size_t& segment, const Segm
 // The cursor's own segment first: a time that follows the cursor is most
 // often still in it. Cursor 0 names no segment: the search starts from the
 // whole list.
-inline std::size_t PointTimes::segmentOf(const double& t, Cursor& cursor) const
+inline std::size_t PointTimes::segmentOf(double t, Cursor& cursor) const
 {
     if (!sorted)
         return firstNotBelow(times.data(), t, 1, times.size() - 1);
@@ -216,7 +216,7 @@ inline std::size_t PointTimes::segmentOf(const double& t, Cursor& cursor) const
 
 // Gallops from the cursor's segment towards t, in steps that double, and
 // halves the bracket that holds it.
-inline std::size_t SortedTimes::gallopFrom(const std::size_t& cursor, const double& t) const
+inline std::size_t SortedTimes::gallopFrom(std::size_t cursor, double t) const
 {
     // How far to gallop, in doubling steps, before halving the rest of the
     // list instead: a time that follows the cursor is found in a few probes,
@@ -254,7 +254,7 @@ inline std::size_t SortedTimes::gallopFrom(const std::size_t& cursor, const doub
 // when t lies among the next few; else a gallop. The first two steps are
 // taken before anything else is looked at: ascending times most often stay
 // in their segment or move to the next.
-inline std::size_t SortedTimes::walkOn(std::size_t segment, const double& t) const
+inline std::size_t SortedTimes::walkOn(std::size_t segment, double t) const
 {
     if (!(at[segment] < t))
         return segment;
@@ -274,8 +274,8 @@ inline std::size_t SortedTimes::walkOn(std::size_t segment, const double& t) con
 // The comparison's outcome only moves the bracket by an addition, never
 // decides a jump: for scattered times it is a coin toss that a branch would
 // mispredict half the time.
-inline std::size_t SortedTimes::halving(const std::size_t& low, const std::size_t& high,
-                                        const double& t) const
+inline std::size_t SortedTimes::halving(std::size_t low, std::size_t high,
+                                        double t) const
 {
     const double* first = at + low;
     std::size_t length = high - low + 1;
@@ -292,7 +292,7 @@ inline std::size_t SortedTimes::halving(const std::size_t& low, const std::size_
 // which prepares a segment only when a time falls in it.
 void sampleRecords(const SplineBase& curve, const double* at, double* values, std::size_t count);
 void sampleRecords(const SplineBase& curve, const double* at, double* values, std::size_t count,
-                   FunctionFloatBase* expression, const double& timeScale);
+                   FunctionFloatBase* expression, double timeScale);
 
 }  // namespace exprcurve::curves
 

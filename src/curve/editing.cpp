@@ -19,7 +19,7 @@ namespace {
 // single-precision epsilon, used as a double).
 constexpr double prevTimeEpsilon = 1.1920928955078125e-07;
 
-PointInfo* newPoint(const double& time, const double& value)
+PointInfo* newPoint(double time, double value)
 {
     PointInfo* point = new PointInfo();  // zero slopes, zero tcb, flag false
     point->time = time;

@@ -42,8 +42,7 @@ struct CurveLocation {
 // every t of a one-point curve that is not after it); otherwise inside, in the
 // segment that `findSegment()` names.
 template <typename FindSegment>
-inline CurveLocation locateBetween(const double& firstTime, const double& lastTime,
-                                   const std::size_t& count, const double& t,
+inline CurveLocation locateBetween(double firstTime, double lastTime, std::size_t count, double t,
                                    FindSegment&& findSegment)
 {
     if (t > lastTime)
@@ -56,7 +55,7 @@ inline CurveLocation locateBetween(const double& firstTime, const double& lastTi
 // The inside segment is the lowest one whose end time is not below t, or the
 // last segment. The list is scanned front to back, so an unsorted list or NaN
 // times still give a segment index within the list.
-inline CurveLocation locateTime(const std::vector<PointInfo*>& points, const double& t)
+inline CurveLocation locateTime(const std::vector<PointInfo*>& points, double t)
 {
     const std::size_t count = points.size();
     return locateBetween(points.front()->time, points.back()->time, count, t,
@@ -72,7 +71,7 @@ enum class SegmentKind : unsigned char { Step, Linear, Hermite, EasedHermite };
 // Whether the ease of a segment's start (a, the easeFrom of its first point)
 // and end (b, the easeTo of its last point) leaves every position in it as it
 // is: too little ease in all, or a negative one.
-inline bool easeIsInactive(const double& a, const double& b)
+inline bool easeIsInactive(double a, double b)
 {
     return 1e-5 > a + b || a < 0.0 || b < 0.0;
 }
@@ -114,7 +113,7 @@ inline EaseShape easeShape(double a, double b)
 
 // Per lane, ifTrue where the condition holds, else ifFalse; for one lane, a
 // plain choice.
-inline double select(bool condition, const double& ifTrue, const double& ifFalse)
+inline double select(bool condition, double ifTrue, double ifFalse)
 {
     return condition ? ifTrue : ifFalse;
 }
@@ -146,7 +145,7 @@ struct SegmentShape {
 
 // Segment `segment` (1 <= segment < count). A segment at either end of the
 // curve stands in its own end point for the missing neighbour.
-inline SegmentShape segmentShape(const SplineBase& curve, const std::size_t& segment)
+inline SegmentShape segmentShape(const SplineBase& curve, std::size_t segment)
 {
     const std::vector<PointInfo*>& points = curve.controlPoints;
     const PointInfo* start = points[segment - 1];
@@ -233,7 +232,7 @@ struct CycleShift {
     double shiftedTime;
 };
 
-inline CycleShift cycleShift(const double& firstTime, const double& lastTime, const double& t)
+inline CycleShift cycleShift(double firstTime, double lastTime, double t)
 {
     const double span = lastTime - firstTime;
     const double numOffsets = std::floor((t - firstTime) / span);
@@ -276,11 +275,11 @@ public:
     bool lastIsStep() const { return curve.controlPoints.back()->type == kv_spline::STEP; }
     double arrivalSlope() const { return exprcurve::curves::arrivalSlope(curve); }
 
-    CurveLocation locate(const double& t, Cursor&) const
+    CurveLocation locate(double t, Cursor&) const
     {
         return locateTime(curve.controlPoints, t);
     }
-    double value(const std::size_t& segment, const double& t) const
+    double value(std::size_t segment, double t) const
     {
         return valueInSegment(segmentShape(curve, segment), t);
     }
@@ -292,7 +291,7 @@ private:
 // The plain evaluation of a curve source at one time. The cursor is the
 // source's own: where its last lookup ended.
 template <typename Curve>
-double plainValue(const Curve& curve, const double& t, typename Curve::Cursor& cursor)
+double plainValue(const Curve& curve, double t, typename Curve::Cursor& cursor)
 {
     if (curve.pointCount() == 0)
         return curve.defaultValue();
@@ -343,20 +342,19 @@ TimeKeys fetchTimeKeys();
 
 // The expression shown the time x: "t" gets x, then "f" gets x * timeScale,
 // each stored in its variable's own kind.
-double evaluateAt(const TimeKeys& keys, const double& x, FunctionFloatBase* expression,
-                  const double& timeScale);
+double evaluateAt(const TimeKeys& keys, double x, FunctionFloatBase* expression, double timeScale);
 
 // The backward difference of linear extrapolation: "t" is stepped back from
 // where the last evaluation left it, "f" follows, and the expression's own
 // slope over the fixed probe step is returned.
-double expressionSlopeBack(const TimeKeys& keys, const double& atLast,
-                           FunctionFloatBase* expression, const double& timeScale);
+double expressionSlopeBack(const TimeKeys& keys, double atLast,
+                           FunctionFloatBase* expression, double timeScale);
 
 // The expression and its time keys. The keys are looked up on the first path
 // that needs them and then kept for the object's lifetime.
 class ExpressionOfTime {
 public:
-    ExpressionOfTime(FunctionFloatBase* expression, const double& timeScale)
+    ExpressionOfTime(FunctionFloatBase* expression, double timeScale)
         : expression(expression), timeScale(timeScale)
     {
     }
@@ -364,8 +362,8 @@ public:
     // The expression with the keys as they stand.
     double now() const { return (*expression)(); }
     // The expression shown the time x.
-    double at(const double& x) { return evaluateAt(keys(), x, expression, timeScale); }
-    double slopeBack(const double& atLast)
+    double at(double x) { return evaluateAt(keys(), x, expression, timeScale); }
+    double slopeBack(double atLast)
     {
         return expressionSlopeBack(keys(), atLast, expression, timeScale);
     }
@@ -387,7 +385,9 @@ private:
 };
 
 // The curve source plus the expression at one time, with the out-of-range
-// modes applied to the sum.
+// modes applied to the sum. `t` stays a reference: a host may pass the very
+// variable behind the key "t", which the expression's evaluation writes, and
+// linear extrapolation reads `t` after those writes.
 template <typename Curve>
 double valueWithExpression(const Curve& curve, const double& t, typename Curve::Cursor& cursor,
                            ExpressionOfTime& expression)

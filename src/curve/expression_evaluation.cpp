@@ -6,11 +6,14 @@
 #include <limits>
 
 #include "evaluation.h"
+#include "expression/key_table.h"
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
 #include "splinebase.h"
 
 using exprcurve::curves::FrontScan;
+using exprcurve::keys::Overloaded;
+using exprcurve::keys::visitKey;
 
 namespace {
 
@@ -27,7 +30,7 @@ static_assert(linearProbeStep == 0.0010000000474974513, "the float constant wide
 // Truncation toward zero. A plain conversion of NaN or of a value outside the
 // int range is undefined, so those get a defined answer: NaN gives 0 and
 // out-of-range values saturate at the nearest int limit.
-int truncateToInt(const double& x)
+int truncateToInt(double x)
 {
     constexpr double aboveMax = static_cast<double>(std::numeric_limits<int>::max()) + 1.0;
     constexpr double belowMin = static_cast<double>(std::numeric_limits<int>::min()) - 1.0;
@@ -42,26 +45,15 @@ int truncateToInt(const double& x)
 
 // Stores x in the key's variable in the variable's own kind; a key of an
 // unknown kind is left alone.
-void writeTime(const Key* key, const double& x)
+void writeTime(const Key* key, double x)
 {
     if (key == nullptr)
         return;
-    switch (key->type) {
-    case KEY_BOOL:
-        *static_cast<bool*>(key->ptr) = x != 0.0;  // NaN is non-zero
-        break;
-    case KEY_INT:
-        *static_cast<int*>(key->ptr) = truncateToInt(x);
-        break;
-    case KEY_FLOAT:
-        *static_cast<float*>(key->ptr) = static_cast<float>(x);
-        break;
-    case KEY_DOUBLE:
-        *static_cast<double*>(key->ptr) = x;
-        break;
-    default:
-        break;
-    }
+    visitKey(*key, Overloaded{
+        [x](bool* variable) { *variable = x != 0.0; },  // NaN is non-zero
+        [x](int* variable) { *variable = truncateToInt(x); },
+        [x](float* variable) { *variable = static_cast<float>(x); },
+        [x](double* variable) { *variable = x; }});
 }
 
 // The key's variable as a double; 0.0 for a missing key or an unknown kind.
@@ -69,19 +61,14 @@ double readTime(const Key* key)
 {
     if (key == nullptr)
         return 0.0;
-    switch (key->type) {
-    case KEY_BOOL:
+    return visitKey(*key, Overloaded{
         // The byte, as the expression's bool leaves read it.
-        return *static_cast<const unsigned char*>(key->ptr) != 0 ? 1.0 : 0.0;
-    case KEY_INT:
-        return static_cast<double>(*static_cast<const int*>(key->ptr));
-    case KEY_FLOAT:
-        return static_cast<double>(*static_cast<const float*>(key->ptr));
-    case KEY_DOUBLE:
-        return *static_cast<const double*>(key->ptr);
-    default:
-        return 0.0;
-    }
+        [](const bool* variable) {
+            return *reinterpret_cast<const unsigned char*>(variable) != 0 ? 1.0 : 0.0;
+        },
+        [](const int* variable) { return static_cast<double>(*variable); },
+        [](const float* variable) { return static_cast<double>(*variable); },
+        [](const double* variable) { return *variable; }});
 }
 
 // Moves the key's variable back by the probe step in the variable's own kind:
@@ -91,28 +78,11 @@ void stepTimeBack(const Key* key)
 {
     if (key == nullptr)
         return;
-    switch (key->type) {
-    case KEY_BOOL:
-        *static_cast<bool*>(key->ptr) = true;
-        break;
-    case KEY_INT: {
-        int& variable = *static_cast<int*>(key->ptr);
-        variable = truncateToInt(static_cast<double>(variable) + -linearProbeStep);
-        break;
-    }
-    case KEY_FLOAT: {
-        float& variable = *static_cast<float*>(key->ptr);
-        variable = variable + -linearProbeStepSingle;
-        break;
-    }
-    case KEY_DOUBLE: {
-        double& variable = *static_cast<double*>(key->ptr);
-        variable = variable + -linearProbeStep;
-        break;
-    }
-    default:
-        break;
-    }
+    visitKey(*key, Overloaded{
+        [](bool* variable) { *variable = true; },
+        [](int* variable) { *variable = truncateToInt(static_cast<double>(*variable) + -linearProbeStep); },
+        [](float* variable) { *variable = *variable + -linearProbeStepSingle; },
+        [](double* variable) { *variable = *variable + -linearProbeStep; }});
 }
 
 }  // namespace
@@ -125,16 +95,15 @@ TimeKeys fetchTimeKeys()
     return {parser.getKey("t"), parser.getKey("f")};
 }
 
-double evaluateAt(const TimeKeys& keys, const double& x, FunctionFloatBase* expression,
-                  const double& timeScale)
+double evaluateAt(const TimeKeys& keys, double x, FunctionFloatBase* expression, double timeScale)
 {
     writeTime(keys.time, x);
     writeTime(keys.scaled, x * timeScale);
     return (*expression)();
 }
 
-double expressionSlopeBack(const TimeKeys& keys, const double& atLast,
-                           FunctionFloatBase* expression, const double& timeScale)
+double expressionSlopeBack(const TimeKeys& keys, double atLast, FunctionFloatBase* expression,
+                           double timeScale)
 {
     stepTimeBack(keys.time);
     writeTime(keys.scaled, readTime(keys.time) * timeScale);

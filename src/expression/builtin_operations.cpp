@@ -89,6 +89,10 @@ const BuiltinOperation builtinOperations[builtinOperationCount] = {
     EXPRCURVE_UNARY("not", Neg, op::logicalNot),
 };
 
+#undef EXPRCURVE_OPERATOR
+#undef EXPRCURVE_UNARY
+#undef EXPRCURVE_BINARY
+
 namespace {
 
 bool isRandomNode(const FunctionFloatBase& node)

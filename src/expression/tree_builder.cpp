@@ -24,6 +24,7 @@
 #include "builtinoperations.h"
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
+#include "key_table.h"
 #include "numberreading.h"
 #include "operator_location.h"
 #include "parservarmapper.h"
@@ -57,18 +58,13 @@ int length(std::string_view s) { return static_cast<int>(s.size()); }
 // The leaf for a key of one of the four kinds; null for any other kind code.
 FunctionFloatBase* createVariableLeaf(const FunctionParserBase::keyStruct& key)
 {
-    switch (key.type) {
-    case KEY_BOOL:
-        return new FunctionFloatVariableBool(static_cast<const bool*>(key.ptr));
-    case KEY_INT:
-        return new FunctionFloatVariableInt(static_cast<const int*>(key.ptr));
-    case KEY_FLOAT:
-        return new FunctionFloatVariableFloat(static_cast<const float*>(key.ptr));
-    case KEY_DOUBLE:
-        return new FunctionFloatVariableDouble(static_cast<const double*>(key.ptr));
-    default:
-        return nullptr;
-    }
+    return exprcurve::keys::visitKey(key, exprcurve::keys::Overloaded{
+        [](const bool* variable) -> FunctionFloatBase* { return new FunctionFloatVariableBool(variable); },
+        [](const int* variable) -> FunctionFloatBase* { return new FunctionFloatVariableInt(variable); },
+        [](const float* variable) -> FunctionFloatBase* { return new FunctionFloatVariableFloat(variable); },
+        [](const double* variable) -> FunctionFloatBase* {
+            return new FunctionFloatVariableDouble(variable);
+        }});
 }
 
 // A call form's name is all that stands before the text's first bracket; a
@@ -186,6 +182,8 @@ private:
     int depth = 0;  // levels entered and not yet finished
     std::size_t randomNodes = 0;  // built so far, against parser.maxRandomNodes
 };
+
+#undef EXPRCURVE_NOINLINE
 
 FunctionFloatBase* TreeBuilder::build(std::string_view s, std::size_t loosestPossible)
 {

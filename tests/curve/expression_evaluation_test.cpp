@@ -120,4 +120,18 @@ TEST_F(ExpressionCurve, TimeIsStoredInTheKindOfTheKey)
     EXPECT_EQ(whole, 1);
 }
 
+// A host may hand the curve the very variable behind "t" as the time. The
+// time is read where it is used, so linear extrapolation measures from where
+// the expression's writes left that variable, not from the time passed in.
+TEST_F(ExpressionCurve, TheKeysOwnVariableAsTheTimeIsReadAfterTheWrites)
+{
+    curve->postExtrapolation = kv_spline::EXTRAPOLATE_LINEAR;
+    time = 3.0;
+    TimeRecorder recorder(&time);
+    const double value = (*curve)(time, &recorder, 25.0);
+    const double before = 2.0 + -probe;
+    EXPECT_EQ(time, before);
+    EXPECT_EQ(value, ((before - 2.0) * (2.0 + (2.0 - before) / probe)) + 4.0 + 2.0);
+}
+
 }  // namespace

@@ -34,6 +34,7 @@ std::string trueQueries(const FunctionFloatBase& node)
     if (const FunctionFloatUnary* owner = node.getUnaryRef()) { UNARY_OPERATIONS(ASK) ASK(Rnd) }
     if (const FunctionFloatBinary* owner = node.getBinaryRef()) { BINARY_OPERATIONS(ASK) }
     if (const FunctionFloatTernary* owner = node.getTernaryRef()) { ASK(If) }
+#undef ASK
     return names;
 }
 
@@ -46,12 +47,20 @@ TEST(NodeClassification, EveryClassAnswersOnlyItsOwnPairs)
     const std::pair<const char*, FunctionFloatBase* (*)()> everyNodeClass[] = {
         LEAVES(LEAF_CLASS) UNARY_OPERATIONS(UNARY_CLASS) BINARY_OPERATIONS(BINARY_CLASS)
         NODE_CLASS("Binary", Rnd) NODE_CLASS("Ternary If", If)};
+#undef NODE_CLASS
+#undef LEAF_CLASS
+#undef UNARY_CLASS
+#undef BINARY_CLASS
     for (const auto& [expected, make] : everyNodeClass) {
         const std::unique_ptr<FunctionFloatBase> node(make());
         EXPECT_TRUE(node->text.empty());
         EXPECT_EQ(trueQueries(*node), expected);
     }
 }
+
+#undef LEAVES
+#undef UNARY_OPERATIONS
+#undef BINARY_OPERATIONS
 
 TEST(LeafEvaluation, LeavesConvertAndFollowTheHostVariable)
 {

@@ -74,6 +74,7 @@ TEST(Operators, EdgeCasesAndLibraryResults)
         LIBRARY(CosH, std::cosh) LIBRARY(ATan, std::atan) LIBRARY(ASin, std::asin) LIBRARY(ACos, std::acos)
         LIBRARY(Sqrt, std::sqrt) LIBRARY(Log, std::log) LIBRARY(L10, std::log10) LIBRARY(Exp, std::exp)
     };
+#undef LIBRARY
     for (const auto& op : operators) {
         for (const std::vector<double>& c : op.operandsAndResult) {
             const double result = (*op.make(c[0], c[1]))();
