@@ -1,13 +1,12 @@
 #include "demo_command.h"
 
-#include <sys/stat.h>
-
-#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
+#include <filesystem>
 #include <iostream>
 #include <memory>
+#include <random>
+#include <sstream>
+#include <system_error>
 
 #include "curve_commands.h"
 #include "curve_files.h"
@@ -35,18 +34,43 @@ void buildDemoCurve(SplineBase& curve)
     curve.postExtrapolation = kv_spline::EXTRAPOLATE_CYCLE_OFFSET;
 }
 
+// A new folder of the user's own (owner-only, as a temporary folder should
+// be) under the system's temporary folder, with a name nobody else holds.
+std::string makeTemporaryFolder()
+{
+    namespace fs = std::filesystem;
+    std::error_code error;
+    const fs::path base = fs::temp_directory_path(error);
+    if (error)
+        throw Failure(exitUsage, "cannot find the temporary folder: " + error.message());
+    std::random_device entropy;
+    constexpr int attempts = 100;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        std::ostringstream name;
+        name << "exprcurve-demo-" << std::hex << entropy();
+        const fs::path candidate = base / name.str();
+        if (fs::create_directory(candidate, error)) {
+            fs::permissions(candidate, fs::perms::owner_all, error);
+            if (error)
+                throw Failure(exitUsage, candidate.string() + ": " + error.message());
+            return candidate.string();
+        }
+        if (error)
+            throw Failure(exitUsage, "cannot create a temporary folder: " + error.message());
+    }
+    throw Failure(exitUsage, "cannot create a temporary folder: every name tried is taken");
+}
+
+// The folder the user named, made when missing; an existing folder is used
+// as it is.
 std::string makeFolder(const std::string& requested)
 {
-    if (requested.empty()) {
-        const char* base = std::getenv("TMPDIR");
-        std::string pattern = std::string(base != nullptr && *base != '\0' ? base : "/tmp") +
-                              "/exprcurve-demo-XXXXXX";
-        if (mkdtemp(pattern.data()) == nullptr)
-            throw Failure(exitUsage, "cannot create a temporary folder: " + std::string(std::strerror(errno)));
-        return pattern;
-    }
-    if (mkdir(requested.c_str(), 0777) != 0 && errno != EEXIST)
-        throw Failure(exitUsage, requested + ": cannot create the folder: " + std::strerror(errno));
+    if (requested.empty())
+        return makeTemporaryFolder();
+    std::error_code error;
+    std::filesystem::create_directory(requested, error);
+    if (error)
+        throw Failure(exitUsage, requested + ": cannot create the folder: " + error.message());
     return requested;
 }
 

@@ -4,11 +4,11 @@
 #include <cfloat>
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <locale>
-#include <locale.h>
 #include <sstream>
 #include <string>
+
+#include "c_locale_conversion.h"
 
 namespace exprcurve::numbers {
 
@@ -19,14 +19,6 @@ bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 // The classic table's white space, which the stream skips before reading.
 bool isClassicSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
-// The "C" locale for the conversion, whatever the C library's global locale
-// is; null when the C library cannot make one.
-locale_t conversionLocale()
-{
-    static const locale_t cLocale = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr));
-    return cLocale;
-}
 
 // The text that the stream would hand to the conversion: its length from the
 // first non-space character, and whether it is a plain decimal (digits and at
@@ -103,7 +95,7 @@ bool convertPlainDecimal(std::string_view text, double& value)
 
 // The conversion as the stream applies it: the whole text must be used, and
 // an overflow to infinity is clamped to the largest finite value.
-double convert(std::string_view text, locale_t cLocale)
+double convert(std::string_view text)
 {
     char small[64];
     std::string large;
@@ -116,7 +108,7 @@ double convert(std::string_view text, locale_t cLocale)
         terminated = large.c_str();
     }
     char* stop = nullptr;
-    const double value = strtod_l(terminated, &stop, cLocale);
+    const double value = convertInCLocale(terminated, &stop);
     if (stop == terminated || static_cast<std::size_t>(stop - terminated) != text.size())
         return 0.0;
     if (std::isinf(value))
@@ -149,13 +141,13 @@ double readClassic(std::string_view text)
     double value = 0.0;
     if (number.plainDecimal && convertPlainDecimal(number.text, value))
         return value;
-    return convert(number.text, conversionLocale());
+    return convert(number.text);
 }
 
 double NumberReader::read(std::string_view text)
 {
     if (way == Way::undecided) {
-        const bool classic = conversionLocale() != static_cast<locale_t>(nullptr) && std::locale() == std::locale::classic();
+        const bool classic = cLocaleConversionAvailable() && std::locale() == std::locale::classic();
         way = classic ? Way::classic : Way::throughStream;
     }
     return way == Way::classic ? readClassic(text) : readThroughStream(text);

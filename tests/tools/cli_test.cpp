@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -565,6 +566,37 @@ TEST_F(ToolTest, DemoWritesItsFilesAndTable)
         EXPECT_FALSE(readFile(path("demo/") + name).empty()) << name;
     EXPECT_NE(result.out.find("step"), std::string::npos);
     EXPECT_NE(result.out.find("after the curve"), std::string::npos);
+}
+
+// Without a folder the demo makes an owner-only one under TMPDIR; a file
+// where the folder should be is refused before anything is written.
+TEST_F(ToolTest, DemoMakesAPrivateTemporaryFolderAndRefusesAFileAsItsFolder)
+{
+    namespace fs = std::filesystem;
+    const char* const previous = std::getenv("TMPDIR");
+    const std::string previousValue = previous != nullptr ? previous : "";
+    ::setenv("TMPDIR", folder.c_str(), 1);
+    const ToolRun temporary = run({"demo"});
+    if (previous != nullptr)
+        ::setenv("TMPDIR", previousValue.c_str(), 1);
+    else
+        ::unsetenv("TMPDIR");
+    ASSERT_EQ(temporary.status, 0) << temporary.err;
+    std::vector<fs::path> made;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+        if (entry.path().filename().string().rfind("exprcurve-demo-", 0) == 0)
+            made.push_back(entry.path());
+    }
+    ASSERT_EQ(made.size(), 1u);
+    EXPECT_EQ(fs::status(made[0]).permissions(), fs::perms::owner_all);
+    EXPECT_FALSE(readFile((made[0] / "demo.kvb").string()).empty());
+    EXPECT_NE(temporary.out.find(made[0].string()), std::string::npos);
+
+    std::ofstream(path("taken")) << "not a folder";
+    const ToolRun refused = run({"demo", path("taken")});
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_NE(refused.err.find("cannot create the folder"), std::string::npos) << refused.err;
+    EXPECT_EQ(readFile(path("taken")), "not a folder");
 }
 
 }  // namespace
