@@ -5,13 +5,15 @@
 #include <string>
 #include <vector>
 
+#include "curve_files.h"
+
 namespace tool {
 
 // How a curve file is read; "-" is standard input.
 struct CurveInput {
     std::string path;
     std::string format;           // "text", "binary" or empty (by extension)
-    unsigned int layout = 3027;   // of a binary file
+    unsigned int layout = newestBinaryLayout;  // of a binary file
     unsigned int oldLayoutOption = 0;  // the same, given by its former name; 0 when not given
 };
 

@@ -14,6 +14,7 @@
 #include "functionfloatbase.h"
 #include "splinebase.h"
 #include "tool_support.h"
+#include "variable_table.h"
 
 namespace tool {
 

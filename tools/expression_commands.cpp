@@ -10,6 +10,7 @@
 #include "functionfloatbase.h"
 #include "parservarmapper.h"
 #include "tool_support.h"
+#include "variable_table.h"
 
 namespace tool {
 namespace {

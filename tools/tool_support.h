@@ -1,11 +1,9 @@
-// Shared pieces of the command-line tool: exit codes, failures, numbers,
-// time lists, and a small key table for host variables.
+// Shared pieces of the command-line tool: exit codes, failures, numbers and
+// time lists.
 #ifndef EXPRCURVE_TOOLS_TOOL_SUPPORT_H
 #define EXPRCURVE_TOOLS_TOOL_SUPPORT_H
 
 #include <cstddef>
-#include <map>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -54,20 +52,6 @@ std::vector<double> parseTimeRange(const std::string& range);
 std::vector<double> timesBetween(double from, double to, double step);
 // T1,T2,... (blanks after the commas allowed) into a list of times.
 std::vector<double> parseTimeList(const std::string& list);
-
-// ---- host variables bound by name, as a host program would bind them
-class VariableTable {
-public:
-    explicit VariableTable(FunctionParserBase& parser) : parser_(parser) {}
-    // Binds NAME to a new double holding `value`, or sets it if bound.
-    double& bind(const std::string& name, double value);
-    // NAME=VALUE
-    void bindAssignment(const std::string& assignment);
-
-private:
-    FunctionParserBase& parser_;
-    std::map<std::string, std::unique_ptr<double>> storage_;
-};
 
 // "pi", "e" and "epsilon": the keys every parser starts with, bound to the
 // library's own constants rather than to a host's variables.
