@@ -66,12 +66,17 @@ std::unique_ptr<SplineBase> randomCurve(std::mt19937& random, ListShape shape, i
         const double easeFrom = random() % 3 ? 0.0 : uniform(random, -0.1, 0.8);
         const double easeTo = random() % 3 ? 0.0 : uniform(random, -0.1, 0.8);
         const int type = static_cast<int>(random() % 7) - 1;  // -1 and 4, 5: unknown codes
-        points.push_back(new PointInfo{time, value, {uniform(random, -2, 2), uniform(random, -2, 2)},
-                                       {uniform(random, -1, 1), uniform(random, -1, 1), uniform(random, -1, 1), easeFrom, easeTo},
-                                       kv_spline::interpolationType(type), random() % 2 == 0});
+        points.push_back(new PointInfo{
+            time,
+            value,
+            {uniform(random, -2, 2), uniform(random, -2, 2)},
+            {uniform(random, -1, 1), uniform(random, -1, 1), uniform(random, -1, 1), easeFrom, easeTo},
+            kv_spline::interpolationType(type),
+            random() % 2 == 0});
     }
     if (shape != ListShape::Unsorted)
-        std::stable_sort(points.begin(), points.end(), [](const PointInfo* a, const PointInfo* b) { return a->time < b->time; });
+        std::stable_sort(points.begin(), points.end(),
+                         [](const PointInfo* a, const PointInfo* b) { return a->time < b->time; });
     if (shape == ListShape::WithNaN && count > 0)
         for (int i = 1 + static_cast<int>(random() % 3); i > 0; --i)
             points[random() % points.size()]->time = nan;
@@ -124,8 +129,8 @@ TEST(CompiledCurve, AnswersAsTheCurveForEveryListAndHint)
         for (const double t : times)
             expected.push_back((*curve)(t));
 
-        const auto check = [&](const char* pattern, const std::vector<double>& in, const std::vector<double>& expect,
-                               const auto& lookUp) {
+        const auto check = [&](const char* pattern, const std::vector<double>& in,
+                               const std::vector<double>& expect, const auto& lookUp) {
             for (std::size_t i = 0; i < in.size(); ++i) {
                 const double value = lookUp(in[i]);
                 if (!same(value, expect[i])) {
@@ -150,7 +155,8 @@ TEST(CompiledCurve, AnswersAsTheCurveForEveryListAndHint)
         std::vector<std::size_t> order(times.size());
         for (std::size_t i = 0; i < order.size(); ++i)
             order[i] = i;
-        std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) { return times[a] < times[b]; });
+        std::sort(order.begin(), order.end(),
+                  [&](std::size_t a, std::size_t b) { return times[a] < times[b]; });
         std::vector<double> ascending, ascendingExpected;
         for (const std::size_t i : order) {
             ascending.push_back(times[i]);
@@ -180,7 +186,8 @@ TEST(CompiledCurve, SampleMatchesSingleTimeEvaluation)
             std::sort(times.begin(), times.end());
         if (round % 4 == 1)  // steps back to where an earlier time stood
             for (int i = 0; i < 5; ++i)
-                times.insert(times.begin() + static_cast<long>(random() % times.size()), times[random() % times.size()]);
+                times.insert(times.begin() + static_cast<long>(random() % times.size()),
+                             times[random() % times.size()]);
 
         std::vector<double> bySample(times.size()), inPlace = times;
         compiled.sample(times.data(), bySample.data(), times.size());
@@ -188,7 +195,8 @@ TEST(CompiledCurve, SampleMatchesSingleTimeEvaluation)
         const std::vector<double> byCurve = curve->sample(times);
         for (std::size_t i = 0; i < times.size(); ++i) {
             const double expected = (*curve)(times[i]);
-            ASSERT_TRUE(same(bySample[i], expected)) << round << " t=" << times[i] << " " << bySample[i] << " vs " << expected;
+            ASSERT_TRUE(same(bySample[i], expected))
+                << round << " t=" << times[i] << " " << bySample[i] << " vs " << expected;
             ASSERT_TRUE(same(inPlace[i], expected)) << round << " in place, t=" << times[i];
             ASSERT_TRUE(same(byCurve[i], expected)) << round << " SplineBase::sample, t=" << times[i];
         }
@@ -199,7 +207,11 @@ TEST(CompiledCurve, SampleMatchesSingleTimeEvaluation)
 // or the curve itself changes nothing it answers; rebuild takes the new state.
 TEST(CompiledCurve, SnapshotIsIndependentOfTheCurve)
 {
-    auto curve = point_fields::curveOf({{0, 1, kv_spline::BEZIER}, {1, 3, kv_spline::TCB}, {2, -1, kv_spline::LINEAR}, {4, 2, kv_spline::STEP}}, 1, 3);
+    auto curve = point_fields::curveOf({{0, 1, kv_spline::BEZIER},
+                                        {1, 3, kv_spline::TCB},
+                                        {2, -1, kv_spline::LINEAR},
+                                        {4, 2, kv_spline::STEP}},
+                                       kv_spline::EXTRAPOLATE_CONSTANT, kv_spline::EXTRAPOLATE_CYCLE_OFFSET);
     curve->controlPoints[1]->tcb = {0.5, 0.25, -0.5, 0.3, 0.2};
     const std::vector<double> times = {-1, 0, 0.5, 1, 1.5, 2, 3, 4, 5, 9.5};
     std::vector<double> before;
@@ -212,19 +224,21 @@ TEST(CompiledCurve, SnapshotIsIndependentOfTheCurve)
     curve->setTime(curve->controlPoints[0], 3.5);
     curve->controlPoints[2]->value = -50.0;
     curve->controlPoints[3]->type = kv_spline::BEZIER;
-    curve->preExtrapolation = 0;
-    curve->postExtrapolation = 4;
+    curve->preExtrapolation = kv_spline::EXTRAPOLATE_ZERO;
+    curve->postExtrapolation = kv_spline::EXTRAPOLATE_LINEAR;
     curve->defaultValue = 8.0;
     std::vector<double> now(times.size());
     compiled.sample(times.data(), now.data(), times.size());
     EXPECT_EQ(point_fields::bitsOf(now), point_fields::bitsOf(before));
     std::size_t hint = 2;
     for (std::size_t i = 0; i < times.size(); ++i)
-        EXPECT_EQ(point_fields::bitsOf({compiled(times[i]), compiled(times[i], hint)}), point_fields::bitsOf({before[i], before[i]}));
+        EXPECT_EQ(point_fields::bitsOf({compiled(times[i]), compiled(times[i], hint)}),
+                  point_fields::bitsOf({before[i], before[i]}));
 
     compiled.rebuild(*curve);
     EXPECT_EQ(compiled.size(), 5u);
-    EXPECT_EQ(point_fields::bitsOf({compiled(2.25), compiled(-1.0)}), point_fields::bitsOf({(*curve)(2.25), (*curve)(-1.0)}));
+    EXPECT_EQ(point_fields::bitsOf({compiled(2.25), compiled(-1.0)}),
+              point_fields::bitsOf({(*curve)(2.25), (*curve)(-1.0)}));
 
     curve->removeAllControlPoints();
     curve.reset();  // every record gone
@@ -296,8 +310,10 @@ TEST(CompiledCurve, ExpressionDrivenFormMatchesTheCurve)
             recorder.seen.clear();
             const double value = compiled(t, &recorder, timeScale);
             ASSERT_TRUE(same(value, expected)) << round << " t=" << t << ": " << value << " vs " << expected;
-            ASSERT_EQ(point_fields::bitsOf(variables.state()), point_fields::bitsOf(expectedState)) << round << " t=" << t;
-            ASSERT_EQ(point_fields::bitsOf(recorder.seen), point_fields::bitsOf(expectedSeen)) << round << " t=" << t;
+            ASSERT_EQ(point_fields::bitsOf(variables.state()), point_fields::bitsOf(expectedState))
+                << round << " t=" << t;
+            ASSERT_EQ(point_fields::bitsOf(recorder.seen), point_fields::bitsOf(expectedSeen))
+                << round << " t=" << t;
         }
     }
     parser.removeKey("t");

@@ -15,6 +15,15 @@
 
 namespace {
 
+using kv_spline::BEZIER;
+using kv_spline::EXTRAPOLATE_CONSTANT;
+using kv_spline::EXTRAPOLATE_CYCLE;
+using kv_spline::EXTRAPOLATE_CYCLE_OFFSET;
+using kv_spline::EXTRAPOLATE_ZERO;
+using kv_spline::LINEAR;
+using kv_spline::STEP;
+using kv_spline::TCB;
+
 // Starts four threads at once, each running `round` 50 times; returns how
 // many rounds each thread found wrong.
 template <typename Round>
@@ -39,7 +48,9 @@ std::vector<int> wrongRoundsOnFourThreads(const Round& round)
 TEST(ConcurrencyCurve, SharedCurveEvaluatesIdenticallyOnEveryThread)
 {
     // Every kind of segment, ease, and cycling with offset after the last point.
-    const auto curve = point_fields::curveOf({{0, 1, 1}, {1, 3, 1}, {2.5, -1, 2}, {3, 2, 0}, {4, 0.5, 3}}, 1, 3);
+    const auto curve = point_fields::curveOf(
+        {{0, 1, BEZIER}, {1, 3, BEZIER}, {2.5, -1, TCB}, {3, 2, LINEAR}, {4, 0.5, STEP}},
+        EXTRAPOLATE_CONSTANT, EXTRAPOLATE_CYCLE_OFFSET);
     curve->controlPoints[1]->bezier = {0.5, -2.0};
     curve->controlPoints[2]->tcb = {0.3, -0.2, 0.1, 0.4, 0.6};
     const SplineBase& shared = *curve;
@@ -55,14 +66,17 @@ TEST(ConcurrencyCurve, SharedCurveEvaluatesIdenticallyOnEveryThread)
         return point_fields::bitsOf(results);
     };
     const std::vector<std::uint64_t> expected = readEverything();
-    EXPECT_EQ(wrongRoundsOnFourThreads([&](int) { return readEverything() == expected; }), std::vector<int>(4, 0));
+    EXPECT_EQ(wrongRoundsOnFourThreads([&](int) { return readEverything() == expected; }),
+              std::vector<int>(4, 0));
 }
 
 // One runtime form serves every thread, each with its own hint, and sampling
 // in bulk beside them: all see exactly the curve's single-threaded values.
 TEST(ConcurrencyCurve, SharedRuntimeFormAnswersIdenticallyOnEveryThread)
 {
-    const auto curve = point_fields::curveOf({{0, 1, 1}, {1, 3, 2}, {2.5, -1, 0}, {3, 2, 3}, {4, 0.5, 2}}, 0, 2);
+    const auto curve =
+        point_fields::curveOf({{0, 1, BEZIER}, {1, 3, TCB}, {2.5, -1, LINEAR}, {3, 2, STEP}, {4, 0.5, TCB}},
+                              EXTRAPOLATE_ZERO, EXTRAPOLATE_CYCLE);
     curve->controlPoints[2]->tcb = {0.3, -0.2, 0.1, 0.4, 0.6};
     std::vector<double> times;
     for (int step = -40; step <= 400; ++step)

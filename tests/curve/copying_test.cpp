@@ -17,8 +17,9 @@ class CurveCopying : public testing::Test {
 protected:
     CurveCopying()
     {
-        for (const PointInfo& point : {distinctPoint(3.0, 30.0, true, kv_spline::STEP), distinctPoint(1.0, 20.0, false),
-                                       distinctPoint(1.0, 21.0, true, kv_spline::LINEAR), distinctPoint(0.0, 0.0, false)})
+        for (const PointInfo& point :
+             {distinctPoint(3.0, 30.0, true, kv_spline::STEP), distinctPoint(1.0, 20.0, false),
+              distinctPoint(1.0, 21.0, true, kv_spline::LINEAR), distinctPoint(0.0, 0.0, false)})
             source.addPoint(point);  // each goes before the equal time already there
         setState(source, {0, 4, true, 7.0, false});
         for (double time : {0.5, 2.0})
@@ -29,19 +30,23 @@ protected:
             sourceCopy.push_back(*point);
     }
     using State = std::tuple<int, int, bool, double, bool>;  // modes, curveFlag, defaultValue, modified
-    static State state(const SplineBase& c) { return {c.preExtrapolation, c.postExtrapolation, c.curveFlag, c.defaultValue, c.modified}; }
+    static State state(const SplineBase& c)
+    {
+        return {c.preExtrapolation, c.postExtrapolation, c.curveFlag, c.defaultValue, c.modified};
+    }
     static void setState(SplineBase& c, const State& s)
     {
         std::tie(c.preExtrapolation, c.postExtrapolation, c.curveFlag, c.defaultValue, c.modified) = s;
     }
     // `curve` lists copies of the source points at `indices`, shifted by
     // `offset`, has the given modes, curveFlag and defaultValue, and is modified.
-    void expectCurve(const SplineBase& curve, const std::vector<std::size_t>& indices, double offset, int pre, int post,
-                     bool curveFlag, double defaultValue) const
+    void expectCurve(const SplineBase& curve, const std::vector<std::size_t>& indices, double offset,
+                     int pre, int post, bool curveFlag, double defaultValue) const
     {
         ASSERT_EQ(curve.controlPoints.size(), indices.size());
         for (std::size_t i = 0; i < indices.size(); ++i)
-            point_fields::expectFields(*curve.controlPoints[i], sourceCopy[indices[i]], sourceCopy[indices[i]].time + offset);
+            point_fields::expectFields(*curve.controlPoints[i], sourceCopy[indices[i]],
+                                       sourceCopy[indices[i]].time + offset);
         EXPECT_EQ(state(curve), State(pre, post, curveFlag, defaultValue, true));
     }
 
@@ -53,7 +58,8 @@ protected:
 TEST_F(CurveCopying, CopyCopyDupAndCopySelectedMakeNewRecords)
 {
     PointInfo foreign = distinctPoint(1.0, 99.0);
-    target.copySelected(source, {original[3], target.controlPoints[0], &foreign, original[1], original[3], nullptr});
+    target.copySelected(source,
+                        {original[3], target.controlPoints[0], &foreign, original[1], original[3], nullptr});
     expectCurve(target, {1, 3}, 0.0, 0, 4, false, -1.0);
     EXPECT_NE(target.controlPoints[0], original[1]);
     target.copySelected(source, {});
@@ -94,7 +100,8 @@ TEST_F(CurveCopying, CombineAddsShiftedCopiesInSourceOrderAndCopyRefsSharesTheRe
 
     const std::vector<PointInfo*> held = target.controlPoints;
     target.copyRefs(source);
-    EXPECT_EQ(target.controlPoints, (std::vector<PointInfo*>{original[0], original[2], original[1], original[3]}));
+    EXPECT_EQ(target.controlPoints,
+              (std::vector<PointInfo*>{original[0], original[2], original[1], original[3]}));
     expectCurve(target, {0, 2, 1, 3}, 0.0, 0, 4, false, -1.0);
     for (PointInfo* record : held)
         delete record;  // still alive: the target only forgot them

@@ -12,6 +12,7 @@ namespace {
 
 using point_fields::curveOf;
 using point_fields::timesOf;
+using kv_spline::BEZIER;
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 TEST(CurveEditing, InsertionKeepsTimeOrderAndReportsTheIndex)
@@ -19,7 +20,8 @@ TEST(CurveEditing, InsertionKeepsTimeOrderAndReportsTheIndex)
     SplineBase curve;
     for (double time : {2, 1, 3})
         curve.addPoint(time, time * 10, PointInfo::TcbData{0.1, 0.2, 0.3, 0.4, 0.5});
-    point_fields::expectFields(*curve.controlPoints[0], {1, 10, {0, 0}, {0.1, 0.2, 0.3, 0.4, 0.5}, kv_spline::BEZIER, false});
+    point_fields::expectFields(*curve.controlPoints[0],
+                               {1, 10, {0, 0}, {0.1, 0.2, 0.3, 0.4, 0.5}, kv_spline::BEZIER, false});
     EXPECT_FALSE(curve.isTCBInterpolation(0));
     EXPECT_EQ(curve.addPoint(new PointInfo{5, 0, {}, {}, kv_spline::STEP, false}), 3u);
     EXPECT_EQ(curve.addPoint(new PointInfo{0, 0, {}, {}, kv_spline::BEZIER, false}), 0u);
@@ -33,25 +35,42 @@ TEST(CurveEditing, InsertionKeepsTimeOrderAndReportsTheIndex)
 
 TEST(CurveEditing, Lookups)
 {
-    const auto curve = curveOf({{0, 0, 1}, {1, 10, 1}, {2, 20, 1}});
-    const struct { double t; unsigned int index; bool interior; } cases[] = {{-1, 0, false}, {0, 0, false}, {0.5, 1, true},  {1, 1, true},
-                 {1.5, 2, true}, {2, 2, true},  {2.5, 3, false}, {nan, 2, true}};
+    const auto curve = curveOf({{0, 0, BEZIER}, {1, 10, BEZIER}, {2, 20, BEZIER}});
+    const struct {
+        const char* name;
+        double t;
+        unsigned int index;
+        bool interior;
+    } cases[] = {
+        {"before the curve", -1, 0, false},
+        {"the first point's own time", 0, 0, false},
+        {"inside the first segment", 0.5, 1, true},
+        {"an inner point's own time", 1, 1, true},
+        {"inside the last segment", 1.5, 2, true},
+        {"the last point's own time", 2, 2, true},
+        {"after the curve", 2.5, 3, false},
+        {"a NaN time", nan, 2, true},
+    };
     for (const auto& c : cases)
-        EXPECT_EQ(std::make_pair(curve->findIndex(c.t), curve->isInterior(c.t)), std::make_pair(c.index, c.interior)) << c.t;
-    const auto single = curveOf({{1, 1, 1}});
+        EXPECT_EQ(std::make_pair(curve->findIndex(c.t), curve->isInterior(c.t)),
+                  std::make_pair(c.index, c.interior))
+            << c.name;
+    const auto single = curveOf({{1, 1, BEZIER}});
     EXPECT_EQ(std::make_pair(single->findIndex(1.0), single->isInterior(1.0)), std::make_pair(0u, false));
-    const auto halves = curveOf({{0.5, 0, 1}, {1.5, 0, 1}});
+    const auto halves = curveOf({{0.5, 0, BEZIER}, {1.5, 0, BEZIER}});
     EXPECT_EQ(halves->findBy(1.0, 0.75), halves->controlPoints[0]);  // a tie: the earlier wins
     EXPECT_EQ(halves->findBy(1.0, 0.5), nullptr);                   // strictly closer only
     const auto& p = curve->controlPoints;
     EXPECT_EQ((std::vector<const PointInfo*>{curve->getNext(1.0), curve->getNext(2.0), curve->getPrev(1.0),
-                                             curve->getPrev(1.0 + 1e-6), curve->getPrev(1.0 + 1e-8), curve->getPrev(0.0)}),
+                                             curve->getPrev(1.0 + 1e-6), curve->getPrev(1.0 + 1e-8),
+                                             curve->getPrev(0.0)}),
               (std::vector<const PointInfo*>{p[2], nullptr, p[0], p[1], p[0], nullptr}));
 }
 
 TEST(CurveEditing, RetimingRetypingAndRemoval)
 {
-    const auto curve = curveOf({{0, 0, 1}, {1, 10, 1}, {2, 20, 1}}, 0, 3);
+    const auto curve = curveOf({{0, 0, BEZIER}, {1, 10, BEZIER}, {2, 20, BEZIER}},
+                               kv_spline::EXTRAPOLATE_ZERO, kv_spline::EXTRAPOLATE_CYCLE_OFFSET);
     PointInfo* moved = curve->controlPoints[0];
     curve->setTime(moved, 1.5);
     EXPECT_EQ(timesOf(*curve), (std::vector<double>{1, 1.5, 2}));

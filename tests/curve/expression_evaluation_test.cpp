@@ -14,6 +14,11 @@
 
 namespace {
 
+using kv_spline::EXTRAPOLATE_CONSTANT;
+using kv_spline::EXTRAPOLATE_CYCLE;
+using kv_spline::EXTRAPOLATE_CYCLE_OFFSET;
+using kv_spline::EXTRAPOLATE_LINEAR;
+using kv_spline::EXTRAPOLATE_ZERO;
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double probe = 0.0010000000474974513;  // 0.001f widened
 
@@ -59,7 +64,8 @@ protected:
 
     double time = 1.0, scaled = -7.0;
     FunctionFloatConstant zero{0.0};
-    const std::unique_ptr<SplineBase> curve = point_fields::curveOf({{0, 0, 1}, {2, 4, kv_spline::LINEAR}});
+    const std::unique_ptr<SplineBase> curve =
+        point_fields::curveOf({{0, 0, kv_spline::BEZIER}, {2, 4, kv_spline::LINEAR}});
 };
 
 // Results, what "t" and "f" hold afterwards, and the times the expression
@@ -70,18 +76,36 @@ TEST_F(ExpressionCurve, ExpressionSeesTheTimesInOrderAndKeysHoldTheLastOne)
     empty.defaultValue = 1.5;
     EXPECT_EQ(empty(3.0, nullptr, 25.0), 1.5);
     const double before = 2.0 + -probe;  // the linear path steps "t" back from the last time
-    const struct { int pre, post; double t, result, timeAfter, scaledAfter; std::vector<double> seen; } cases[] = {
-        {1, 1, 1.0, 3.0, 1.0, -7.0, {1.0}},  // inside: keys as the caller left them
-        {1, 1, 3.0, 6.0, 2.0, 50.0, {2.0}},  {1, 2, 3.0, 3.0, 1.0, 25.0, {1.0}},
-        {1, 3, 3.0, 9.0, 2.0, 50.0, {1.0, 0.0, 2.0}},  // cycle with offset: t', first, last
-        {1, 8, 3.0, 9.0, 2.0, 50.0, {1.0, 0.0, 2.0}},  // unknown: as cycle with offset
-        {1, 4, 3.0, ((3.0 - 2.0) * (2.0 + (2.0 - before) / probe)) + 4.0 + 2.0, before, before * 25.0, {2.0, before}},
-        {1, 0, 3.0, 0.0, 1.0, -7.0, {}},     {0, 1, -1.0, 0.0, 1.0, -7.0, {}}, {1, 1, -1.0, 0.0, 0.0, 0.0, {0.0}},
-        {6, 1, 0.0, 0.0, 0.0, 0.0, {0.0}},  // the first point's own time is before
-        {1, 1, nan, 0.0, 0.0, 0.0, {0.0}},
+    const double linear = ((3.0 - 2.0) * (2.0 + (2.0 - before) / probe)) + 4.0 + 2.0;
+    const struct {
+        const char* name;
+        int pre, post;
+        double t, result, timeAfter, scaledAfter;
+        std::vector<double> seen;
+    } cases[] = {
+        {"inside: the keys as the caller left them", EXTRAPOLATE_CONSTANT, EXTRAPOLATE_CONSTANT, 1.0, 3.0,
+         1.0, -7.0, {1.0}},
+        {"hold after: shown the last time", EXTRAPOLATE_CONSTANT, EXTRAPOLATE_CONSTANT, 3.0, 6.0, 2.0, 50.0,
+         {2.0}},
+        {"cycle after: shown the wrapped time", EXTRAPOLATE_CONSTANT, EXTRAPOLATE_CYCLE, 3.0, 3.0, 1.0, 25.0,
+         {1.0}},
+        {"cycle with offset: wrapped, first, last", EXTRAPOLATE_CONSTANT, EXTRAPOLATE_CYCLE_OFFSET, 3.0, 9.0,
+         2.0, 50.0, {1.0, 0.0, 2.0}},
+        {"an unknown mode after: as cycle with offset", EXTRAPOLATE_CONSTANT, 8, 3.0, 9.0, 2.0, 50.0,
+         {1.0, 0.0, 2.0}},
+        {"linear after: the last time, then a step back", EXTRAPOLATE_CONSTANT, EXTRAPOLATE_LINEAR, 3.0,
+         linear, before, before * 25.0, {2.0, before}},
+        {"zero after: the expression is not shown", EXTRAPOLATE_CONSTANT, EXTRAPOLATE_ZERO, 3.0, 0.0, 1.0,
+         -7.0, {}},
+        {"zero before: the expression is not shown", EXTRAPOLATE_ZERO, EXTRAPOLATE_CONSTANT, -1.0, 0.0, 1.0,
+         -7.0, {}},
+        {"hold before: shown the first time", EXTRAPOLATE_CONSTANT, EXTRAPOLATE_CONSTANT, -1.0, 0.0, 0.0,
+         0.0, {0.0}},
+        {"the first point's own time is before", 6, EXTRAPOLATE_CONSTANT, 0.0, 0.0, 0.0, 0.0, {0.0}},
+        {"a NaN time is before", EXTRAPOLATE_CONSTANT, EXTRAPOLATE_CONSTANT, nan, 0.0, 0.0, 0.0, {0.0}},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.pre << " " << c.post << " " << c.t);
+        SCOPED_TRACE(c.name);
         TimeRecorder recorder(&time);
         EXPECT_EQ(evaluateAt(c.t, c.pre, c.post, &recorder), c.result);
         EXPECT_EQ(std::make_pair(time, scaled), std::make_pair(c.timeAfter, c.scaledAfter));
@@ -93,21 +117,33 @@ TEST_F(ExpressionCurve, ExpressionSeesTheTimesInOrderAndKeysHoldTheLastOne)
 // linear path steps it back in that kind too.
 TEST_F(ExpressionCurve, TimeIsStoredInTheKindOfTheKey)
 {
-    const struct { int kind; double x, stored; } cases[] = {{KEY_BOOL, 0.0, 0},   {KEY_BOOL, -0.5, 1},  {KEY_BOOL, nan, 1},
-                 {KEY_INT, 2.7, 2},    {KEY_INT, -2.7, -2},  {KEY_INT, nan, 0},
-                 {KEY_INT, 1e300, std::numeric_limits<int>::max()},
-                 {KEY_INT, -1e300, std::numeric_limits<int>::min()},
-                 {KEY_FLOAT, 0.1, 0.1f}, {9, 0.1, 4.0}};  // unknown kind: untouched
+    const struct {
+        const char* name;
+        int kind;
+        double x, stored;
+    } cases[] = {
+        {"bool: zero is false", KEY_BOOL, 0.0, 0},
+        {"bool: any other value is true", KEY_BOOL, -0.5, 1},
+        {"bool: NaN is true", KEY_BOOL, nan, 1},
+        {"int: truncated toward zero", KEY_INT, 2.7, 2},
+        {"int: negative truncated toward zero", KEY_INT, -2.7, -2},
+        {"int: NaN is zero", KEY_INT, nan, 0},
+        {"int: too large saturates", KEY_INT, 1e300, std::numeric_limits<int>::max()},
+        {"int: too small saturates", KEY_INT, -1e300, std::numeric_limits<int>::min()},
+        {"float: rounded to single precision", KEY_FLOAT, 0.1, 0.1f},
+        {"an unknown kind is left untouched", 9, 0.1, 4.0},
+    };
     for (const char* name : {"t", "f"}) {
         for (const auto& c : cases) {
-            SCOPED_TRACE(testing::Message() << name << " " << c.kind << " " << c.x);
+            SCOPED_TRACE(testing::Message() << name << ": " << c.name);
             bool flag = c.x == 0.0;
             int whole = 99;
             float single = 0.0f;
             double unknownKind = 4.0;
             void* const variables[] = {&flag, &whole, &single, &unknownKind};
             bind(name, c.kind, variables[std::min(c.kind, 3)]);
-            (*point_fields::curveOf({{c.x, 0, 1}}))(c.x, &zero, 1.0);  // the before-the-curve path
+            // The before-the-curve path.
+            (*point_fields::curveOf({{c.x, 0, kv_spline::BEZIER}}))(c.x, &zero, 1.0);
             const double read[] = {double(flag), double(whole), double(single), unknownKind};
             EXPECT_EQ(read[std::min(c.kind, 3)], c.stored);
         }
@@ -116,7 +152,8 @@ TEST_F(ExpressionCurve, TimeIsStoredInTheKindOfTheKey)
     int whole = 0;
     bind("t", KEY_INT, &whole);  // an int "t" drops from 2 to 1: the expression's slope is 1 / probe
     FunctionFloatVariableInt wholeLeaf(&whole);
-    EXPECT_EQ(evaluateAt(3.0, 1, 4, &wholeLeaf), ((3.0 - 2.0) * (2.0 + (2.0 - 1.0) / probe)) + 4.0 + 2.0);
+    EXPECT_EQ(evaluateAt(3.0, EXTRAPOLATE_CONSTANT, EXTRAPOLATE_LINEAR, &wholeLeaf),
+              ((3.0 - 2.0) * (2.0 + (2.0 - 1.0) / probe)) + 4.0 + 2.0);
     EXPECT_EQ(whole, 1);
 }
 

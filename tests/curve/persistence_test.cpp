@@ -82,14 +82,17 @@ int loadBinary(SplineBase& curve, const Bytes& bytes, unsigned int version, std:
     return next;
 }
 
-std::pair<int, int> modesOf(const SplineBase& curve) { return {curve.preExtrapolation, curve.postExtrapolation}; }
+std::pair<int, int> modesOf(const SplineBase& curve)
+{
+    return {curve.preExtrapolation, curve.postExtrapolation};
+}
 
 // A curve whose fields differ from the defaults and from what the loads below read.
 void makeNonDefault(SplineBase& curve, bool curveFlag)
 {
     curve.addPoint(distinctPoint(42.0, 42.0));
-    std::tie(curve.preExtrapolation, curve.postExtrapolation, curve.defaultValue, curve.curveFlag, curve.modified) =
-        std::make_tuple(2, 0, 4.5, curveFlag, false);
+    std::tie(curve.preExtrapolation, curve.postExtrapolation, curve.defaultValue, curve.curveFlag,
+             curve.modified) = std::make_tuple(2, 0, 4.5, curveFlag, false);
 }
 
 std::string textRecord(const std::string& time, const std::string& value, const std::string& flagItem = "0")
@@ -117,7 +120,8 @@ TEST(CurvePersistence, SaveAndLoadItemsInTheirOrder)
     ASSERT_EQ(loaded->controlPoints.size(), 1u);
     expectFields(*loaded->controlPoints[0], {2, 10, {8, 9}, {3, 4, 5, 7, 6}, kv_spline::TCB, true});
     for (int item : {2, 0, -1})  // the flag item loads true only when it is 1
-        EXPECT_FALSE(loadText("1\n1\n1\n" + textRecord("0", "0.5", std::to_string(item)))->controlPoints.at(0)->flag);
+        EXPECT_FALSE(
+            loadText("1\n1\n1\n" + textRecord("0", "0.5", std::to_string(item)))->controlPoints.at(0)->flag);
 }
 
 TEST(CurvePersistence, BinaryLoadReadsTheLayoutOfEachVersion)
@@ -129,7 +133,8 @@ TEST(CurvePersistence, BinaryLoadReadsTheLayoutOfEachVersion)
         FILE* file = std::tmpfile();
         unsigned int count = 2;
         corvane::WriteUInt(&count, 1, file);
-        for (const auto& [p, ints] : {std::pair{later, std::vector<int>{later.type, 1}}, {earlier, {earlier.type, 2, 3, 4}}}) {
+        for (const auto& [p, ints] :
+             {std::pair{later, std::vector<int>{later.type, 1}}, {earlier, {earlier.type, 2, 3, 4}}}) {
             for (double item : {p.value, p.time, p.tcb.tension, p.tcb.continuity, p.tcb.bias, p.tcb.easeTo,
                                 p.tcb.easeFrom, p.bezier.leftSlope, p.bezier.rightSlope})
                 corvane::WriteDouble(&item, 1, file);
@@ -146,7 +151,8 @@ TEST(CurvePersistence, BinaryLoadReadsTheLayoutOfEachVersion)
         makeNonDefault(curve, !hasCurveFlag);  // only the right layout gives the expected flag
         EXPECT_EQ(loadBinary(curve, contentsOf(file), version), 0x5A);  // stopped at the end of its layout
         ASSERT_EQ(curve.controlPoints.size(), 2u);
-        expectFields(*curve.controlPoints[0], distinctPoint(0.0, 2.0, !hasFlagItem));  // without the item: true
+        // Without the item the flag reads as true.
+        expectFields(*curve.controlPoints[0], distinctPoint(0.0, 2.0, !hasFlagItem));
         expectFields(*curve.controlPoints[1], distinctPoint(2.0, 1.0, true));
         EXPECT_EQ(modesOf(curve), std::make_pair(3, 4));
         EXPECT_EQ(curve.curveFlag, hasCurveFlag);
@@ -161,8 +167,8 @@ TEST(CurvePersistence, RoundTripsReproduceEveryFieldAndReverseEqualTimes)
     std::tie(curve.preExtrapolation, curve.postExtrapolation, curve.curveFlag) = std::make_tuple(-5, 9, true);
     const std::vector<PointInfo> points = {
         distinctPoint(-0.0, 1.0 / 3.0, false, static_cast<kv_spline::interpolationType>(-9)),
-        distinctPoint(0.1, -1e-300, true, kv_spline::STEP), distinctPoint(7.0, 1e300, true, kv_spline::LINEAR),
-        distinctPoint(7.0, 5e-324, false)};
+        distinctPoint(0.1, -1e-300, true, kv_spline::STEP),
+        distinctPoint(7.0, 1e300, true, kv_spline::LINEAR), distinctPoint(7.0, 5e-324, false)};
     for (auto it = points.rbegin(); it != points.rend(); ++it)
         curve.addPoint(*it);  // the two points at 7 stand as listed
     makeNonDefault(binary, false);

@@ -27,8 +27,12 @@ inline std::vector<std::uint64_t> bitsOf(const std::vector<double>& values)
 inline PointInfo distinctPoint(double time, double seed, bool flag = true,
                                kv_spline::interpolationType type = kv_spline::TCB)
 {
-    return PointInfo{time, seed + 0.5, {seed + 0.25, seed - 0.75},
-                     {seed + 0.125, seed - 0.0625, seed + 0.03125, seed - 0.015625, seed + 0.0078125}, type, flag};
+    return PointInfo{time,
+                     seed + 0.5,
+                     {seed + 0.25, seed - 0.75},
+                     {seed + 0.125, seed - 0.0625, seed + 0.03125, seed - 0.015625, seed + 0.0078125},
+                     type,
+                     flag};
 }
 
 // Every field of `actual` equals that of `expected` bit for bit, the time
@@ -53,11 +57,14 @@ struct Knot {
 };
 
 // A curve with a point per knot, the other fields zero.
-inline std::unique_ptr<SplineBase> curveOf(std::initializer_list<Knot> knots, int pre = 1, int post = 1)
+inline std::unique_ptr<SplineBase> curveOf(std::initializer_list<Knot> knots,
+                                           int pre = kv_spline::EXTRAPOLATE_CONSTANT,
+                                           int post = kv_spline::EXTRAPOLATE_CONSTANT)
 {
     std::unique_ptr<SplineBase> curve(new SplineBase());
     for (const Knot& k : knots)
-        curve->addPointPtr(new PointInfo{k.time, k.value, {}, {}, kv_spline::interpolationType(k.type), false});
+        curve->addPointPtr(
+            new PointInfo{k.time, k.value, {}, {}, kv_spline::interpolationType(k.type), false});
     curve->preExtrapolation = pre;
     curve->postExtrapolation = post;
     return curve;

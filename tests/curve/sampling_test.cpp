@@ -27,7 +27,8 @@ double uniform(std::mt19937& random, double low, double high)
 // segment's ease off.
 PointInfo::TcbData randomTcb(std::mt19937& random)
 {
-    const double tension = uniform(random, -1, 1), continuity = uniform(random, -1, 1), bias = uniform(random, -1, 1);
+    const double tension = uniform(random, -1, 1), continuity = uniform(random, -1, 1),
+                 bias = uniform(random, -1, 1);
     switch (random() % 4) {
     case 0: return {tension, continuity, bias, 0.0, 0.0};
     case 1: return {tension, continuity, bias, uniform(random, -0.5, 0.0), uniform(random, 0, 0.6)};
@@ -47,8 +48,12 @@ double fillRandomCurve(SplineBase& curve, std::mt19937& random, int maxPoints)
         t += random() % 3 == 0 ? 0.0 : uniform(random, 0.01, 3.0);
         const unsigned special = random() % 16;
         const double value = special == 0 ? -0.0 : special == 1 ? nan : uniform(random, -5, 5);
-        curve.addPoint(PointInfo{t, value, {uniform(random, -2, 2), uniform(random, -2, 2)}, randomTcb(random),
-                                 kv_spline::interpolationType(random() % 5), false});
+        curve.addPoint(PointInfo{t,
+                                 value,
+                                 {uniform(random, -2, 2), uniform(random, -2, 2)},
+                                 randomTcb(random),
+                                 kv_spline::interpolationType(random() % 5),
+                                 false});
     }
     curve.preExtrapolation = static_cast<int>(random() % 6);
     curve.postExtrapolation = static_cast<int>(random() % 6);
@@ -80,7 +85,10 @@ TEST(CurveSampling, MatchesSingleTimeEvaluation)
         for (int i = 0; i < 40; ++i)
             times.push_back(uniform(random, t - 25.0, t + 25.0));
         times.insert(times.end(), {nan, infinity});
-        round % 2 == 0 ? std::sort(times.begin(), times.end()) : std::shuffle(times.begin(), times.end(), random);
+        if (round % 2 == 0)
+            std::sort(times.begin(), times.end());
+        else
+            std::shuffle(times.begin(), times.end(), random);
         std::vector<double> withExpression, after;
         time = 0.125, scaled = -3.0;
         for (double at : times)
@@ -89,7 +97,8 @@ TEST(CurveSampling, MatchesSingleTimeEvaluation)
         time = 0.125, scaled = -3.0;
         after = curve.sample(times, &timeLeaf, 2.5);
         after.insert(after.end(), {time, scaled});
-        EXPECT_EQ(point_fields::bitsOf(curve.sample(times)), point_fields::bitsOf(oneByOne(curve, times))) << round;
+        EXPECT_EQ(point_fields::bitsOf(curve.sample(times)), point_fields::bitsOf(oneByOne(curve, times)))
+            << round;
         EXPECT_EQ(point_fields::bitsOf(after), point_fields::bitsOf(withExpression)) << round;
     }
     FunctionParserBase::instance().removeKey("t");

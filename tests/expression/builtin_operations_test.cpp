@@ -44,7 +44,8 @@ TEST(BuiltinOperations, EachRowsNodeIsRecognisedByThatRowAlone)
 
 TEST(BuiltinOperations, OperatorsLeadLoosestFirstAndFunctionsAreFoundByExactName)
 {
-    const functionType loosestFirst[] = {FT_OR, FT_AND, FT_EQL, FT_GRT, FT_LSS, FT_ADD, FT_SUB, FT_MUL, FT_DIV, FT_POW};
+    const functionType loosestFirst[] = {FT_OR,  FT_AND, FT_EQL, FT_GRT, FT_LSS,
+                                         FT_ADD, FT_SUB, FT_MUL, FT_DIV, FT_POW};
     for (std::size_t i = 0; i < 10; ++i) {
         EXPECT_TRUE(builtinOperations[i].isOperator);
         EXPECT_EQ(builtinOperations[i].name, std::string(1, tableInfo[loosestFirst[i]].opChar));

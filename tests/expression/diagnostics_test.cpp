@@ -47,7 +47,7 @@ TEST_F(Diagnostics, RangesAreInTheTypedText)
         {"2foo", 1, 3},              // '2*foo': the inserted '*' has no byte
         {"(a) foo", 4, 3},           // '(a)*foo'
         {"max (a )", 7, 1},          // the stray ')' after a dropped space
-        {"  lerp( 1 , 2 ) ", 2, 13}, // a call with the wrong count, spaces inside
+        {"  lerp( 1 , 2 ) ", 2, 13},  // a call with the wrong count, spaces inside
         {"", 0, 0},
     };
     for (const auto& c : cases) {
@@ -80,7 +80,8 @@ TEST_F(Diagnostics, OneMessagePerKindOfFault)
         {"sin{x}", "'sin' takes its argument in round brackets: sin(...)"},
         {"max(a,b,y)", "too many arguments: 'max' takes 2 arguments, so 'b,y' is read as one"},
         {"a,b", "a ',' outside the brackets of a call: 'a,b' is not one operand"},
-        {"lerp(1,2)", "wrong number of arguments for 'lerp': it is called with 2 but defined with another number"},
+        {"lerp(1,2)",
+         "wrong number of arguments for 'lerp': it is called with 2 but defined with another number"},
         {"sin(x))", "unmatched ')': no bracket opens it"},
         {"2*(3", "unmatched '(': no bracket closes it"},
         {"{x)", "'{' is closed by ')'"},
@@ -146,8 +147,10 @@ TEST(Lint, EachSurpriseOnceWhereItWasTyped)
         int position, length;
         const char* start;  // the message begins so
     } cases[] = {
-        {"x + 1e-5", 4, 4, "'1e-5' is no number in exponent notation here: it is 1*e-5 with the constant e; write 0.00001"},
-        {"2.5E3", 0, 5, "'2.5E3' is no number in exponent notation here: it is 2.5*e3 with the constant e; write 2500"},
+        {"x + 1e-5", 4, 4,
+         "'1e-5' is no number in exponent notation here: it is 1*e-5 with the constant e; write 0.00001"},
+        {"2.5E3", 0, 5,
+         "'2.5E3' is no number in exponent notation here: it is 2.5*e3 with the constant e; write 2500"},
         {"a >= b", 2, 2, "'>=' is '>' then '='"},
         {"a<=b", 1, 2, "'<=' is '<' then '='"},
         {"a==b", 1, 2, "'==' is '=' twice"},
@@ -182,7 +185,8 @@ TEST(Lint, OrdinaryTextsAreLeftAlone)
 {
     for (const char* typed : {"", "x", "a+b*c", "a-b+c", "a*b/c", "(a-b)-c", "a-(b-c)", "-x", "+x", "a--b",
                               "2*x^2 + 3x - 1", "sin(x)^2 + cos(x)^2", "if(a>b, a, b)", "max(a, -1)", "2pi",
-                              "x2y", "e^2", "not(a<b)", "1.5", ".5", "a>-1", "lerp(1,2,3)", "seed()", "(a)(b)"})
+                              "x2y", "e^2", "not(a<b)", "1.5", ".5", "a>-1", "lerp(1,2,3)", "seed()",
+                              "(a)(b)"})
         EXPECT_TRUE(exprcurve::lint(typed).empty()) << typed << ": " << exprcurve::lint(typed)[0].message;
 }
 

@@ -56,23 +56,43 @@ TEST(Operators, EdgeCasesAndLibraryResults)
          {{0.0, 1.0}, {1e-17, 1.0}, {-tolerance / 2, 1.0}, {tolerance, 0.0}, {-3.0, 0.0}, {nan, 0.0}}},
         {"abs", nodeOf<FunctionFloatAbs>,
          {{-2.0, 2.0}, {3.0, 3.0}, {0.0, -0.0}, {-0.0, 0.0}, {-infinity, infinity}, {nan, nan}}},
-        {"+", nodeOf<FunctionFloatAdd>, {{0.1, 0.2, 0.30000000000000004}}}, {"-", nodeOf<FunctionFloatSub>, {{2.0, 5.0, -3.0}}},
-        {"*", nodeOf<FunctionFloatMul>, {{3.0, -0.0, -0.0}}}, {"^", nodeOf<FunctionFloatPow>, {{2.0, 10.0, 1024.0}, {-8.0, 1.0 / 3.0, nan}}},
+        {"+", nodeOf<FunctionFloatAdd>, {{0.1, 0.2, 0.30000000000000004}}},
+        {"-", nodeOf<FunctionFloatSub>, {{2.0, 5.0, -3.0}}},
+        {"*", nodeOf<FunctionFloatMul>, {{3.0, -0.0, -0.0}}},
+        {"^", nodeOf<FunctionFloatPow>, {{2.0, 10.0, 1024.0}, {-8.0, 1.0 / 3.0, nan}}},
         {"/", nodeOf<FunctionFloatDiv>, {{1.0, 0.0, infinity}, {1.0, -0.0, -infinity}, {0.0, 0.0, nan}}},
-        {"=", nodeOf<FunctionFloatEql>, {{0.1 + 0.2, 0.3, 1.0}, {1.0, 1.0 + tolerance, 0.0},
-                                         {0.0, tolerance / 2, 1.0}, {1e20, 1e20 + 1e4, 0.0}, {nan, nan, 0.0}}},
-        {"|", nodeOf<FunctionFloatOr>, {{1.0, -1.0, 0.0}, {1.0, 0.0, 1.0}, {tolerance, 0.0, 0.0}, {-3.0, 0.0, 1.0}}},
-        {"&", nodeOf<FunctionFloatAnd>, {{2.0, 0.5, 1.0}, {1e-10, 1e-10, 0.0}, {-1.0, 1.0, 1.0},
-                                         {0x1p-26, 0x1p-26, 0.0}, {1.0, 0.0, 0.0}}},  // 2^-26 squares to the tolerance
+        {"=", nodeOf<FunctionFloatEql>,
+         {{0.1 + 0.2, 0.3, 1.0}, {1.0, 1.0 + tolerance, 0.0}, {0.0, tolerance / 2, 1.0},
+          {1e20, 1e20 + 1e4, 0.0}, {nan, nan, 0.0}}},
+        {"|", nodeOf<FunctionFloatOr>,
+         {{1.0, -1.0, 0.0}, {1.0, 0.0, 1.0}, {tolerance, 0.0, 0.0}, {-3.0, 0.0, 1.0}}},
+        // 2^-26 squares to the tolerance.
+        {"&", nodeOf<FunctionFloatAnd>,
+         {{2.0, 0.5, 1.0}, {1e-10, 1e-10, 0.0}, {-1.0, 1.0, 1.0}, {0x1p-26, 0x1p-26, 0.0}, {1.0, 0.0, 0.0}}},
         {">", nodeOf<FunctionFloatGrt>, {{2.0, 1.0, 1.0}, {1.0, 1.0, 0.0}, {nan, 1.0, 0.0}, {1.0, nan, 0.0}}},
         {"<", nodeOf<FunctionFloatLss>, {{1.0, 2.0, 1.0}, {2.0, 1.0, 0.0}, {nan, 1.0, 0.0}}},
         // max and min answer b whenever their comparison is false.
-        {"max", nodeOf<FunctionFloatMax>, {{3.0, 2.0, 3.0}, {1.0, nan, nan}, {nan, 1.0, 1.0}, {0.0, -0.0, -0.0}}},
-        {"min", nodeOf<FunctionFloatMin>, {{2.0, 3.0, 2.0}, {1.0, nan, nan}, {nan, 1.0, 1.0}, {0.0, -0.0, -0.0}}},
-        LIBRARY(J0, ::j0) LIBRARY(J1, ::j1) LIBRARY(Floor, std::floor) LIBRARY(Ceil, std::ceil) LIBRARY(Tan, std::tan)
-        LIBRARY(Sin, std::sin) LIBRARY(Cos, std::cos) LIBRARY(TanH, std::tanh) LIBRARY(SinH, std::sinh)
-        LIBRARY(CosH, std::cosh) LIBRARY(ATan, std::atan) LIBRARY(ASin, std::asin) LIBRARY(ACos, std::acos)
-        LIBRARY(Sqrt, std::sqrt) LIBRARY(Log, std::log) LIBRARY(L10, std::log10) LIBRARY(Exp, std::exp)
+        {"max", nodeOf<FunctionFloatMax>,
+         {{3.0, 2.0, 3.0}, {1.0, nan, nan}, {nan, 1.0, 1.0}, {0.0, -0.0, -0.0}}},
+        {"min", nodeOf<FunctionFloatMin>,
+         {{2.0, 3.0, 2.0}, {1.0, nan, nan}, {nan, 1.0, 1.0}, {0.0, -0.0, -0.0}}},
+        LIBRARY(J0, ::j0)
+        LIBRARY(J1, ::j1)
+        LIBRARY(Floor, std::floor)
+        LIBRARY(Ceil, std::ceil)
+        LIBRARY(Tan, std::tan)
+        LIBRARY(Sin, std::sin)
+        LIBRARY(Cos, std::cos)
+        LIBRARY(TanH, std::tanh)
+        LIBRARY(SinH, std::sinh)
+        LIBRARY(CosH, std::cosh)
+        LIBRARY(ATan, std::atan)
+        LIBRARY(ASin, std::asin)
+        LIBRARY(ACos, std::acos)
+        LIBRARY(Sqrt, std::sqrt)
+        LIBRARY(Log, std::log)
+        LIBRARY(L10, std::log10)
+        LIBRARY(Exp, std::exp)
     };
 #undef LIBRARY
     for (const auto& op : operators) {

@@ -115,7 +115,8 @@ inline std::string shape(const FunctionFloatBase* node)
         std::snprintf(buffer, sizeof buffer, "%.17g", constant->value);
         return buffer;
     }
-    if (node->isVariableDouble() || node->isVariableFloat() || node->isVariableInt() || node->isVariableBool())
+    if (node->isVariableDouble() || node->isVariableFloat() || node->isVariableInt() ||
+        node->isVariableBool())
         return node->text;
     if (const FunctionFloatUnary* u = node->getUnaryRef()) {
         using U = FunctionFloatUnary;
@@ -144,8 +145,8 @@ inline std::string shape(const FunctionFloatBase* node)
         return name + "(" + shape(b->arg1) + "," + shape(b->arg2) + ")";
     }
     if (const FunctionFloatTernary* t = node->getTernaryRef())
-        return std::string(t->isIf() ? "if" : "ternary?") + "(" + shape(t->arg1) + "," + shape(t->arg2) + "," +
-               shape(t->arg3) + ")";
+        return std::string(t->isIf() ? "if" : "ternary?") + "(" + shape(t->arg1) + "," + shape(t->arg2) +
+               "," + shape(t->arg3) + ")";
     return "other";
 }
 

@@ -56,7 +56,8 @@ Outcome parseDeep(const std::string& text)
     pthread_attr_init(&attributes);
     pthread_attr_setstacksize(&attributes, testStackSize);
     pthread_t thread;
-    EXPECT_TRUE(pthread_create(&thread, &attributes, run, &outcome) == 0 && pthread_join(thread, nullptr) == 0);
+    EXPECT_TRUE(pthread_create(&thread, &attributes, run, &outcome) == 0 &&
+                pthread_join(thread, nullptr) == 0);
     pthread_attr_destroy(&attributes);
     return outcome;
 }
@@ -82,8 +83,9 @@ TEST(ParserDepth, DeepBracketsParseAndLongChainsAreCutAtTheLimit)
     const int size = 2 * deep - 1, lastLevel = 2 * (limit - 1);
     EXPECT_EQ(summary(parseDeep(repeated("(", deep) + "1+x" + repeated(")", deep))),
               std::make_tuple(Faults{}, 2 * deep + 3, 1.5, std::size_t{1}));
-    EXPECT_EQ(summary(parseDeep("x" + repeated("+1", deep - 1))),
-              std::make_tuple(Faults{{lastLevel, size - lastLevel}}, size, 0.5 + (limit - 2.0), std::size_t{1}));
+    EXPECT_EQ(
+        summary(parseDeep("x" + repeated("+1", deep - 1))),
+        std::make_tuple(Faults{{lastLevel, size - lastLevel}}, size, 0.5 + (limit - 2.0), std::size_t{1}));
     EXPECT_TRUE(parseDeep(repeated("-(", limit - 1) + "x" + repeated(")", limit - 1)).message.errors.empty());
 }
 
@@ -115,7 +117,8 @@ TEST(ParserDepth, EveryShapeIsCutAsOnePiece)
         {"if", "if(1,", ",2)", 5, 0.0},
     };
     for (const auto& shape : shapes) {
-        const Outcome outcome = parseDeep(repeated(shape.open, fiveLimits) + "x" + repeated(shape.close, fiveLimits));
+        const Outcome outcome =
+            parseDeep(repeated(shape.open, fiveLimits) + "x" + repeated(shape.close, fiveLimits));
         const int start = shape.step * (limit - 1);
         const int end = static_cast<int>(outcome.message.text.size() - shape.close.size() * (limit - 1));
         EXPECT_EQ(outcome.message.errors, (Faults{{start, end - start}})) << shape.name;
@@ -146,8 +149,8 @@ TEST(ParserDepth, DeepCallsSignsAndMixedNestingStayWithinTheStack)
 TEST(ParserRandomTexts, NeverCrashAndReportInsideTheText)
 {
     const std::vector<std::string> pieces = {
-        "(", ")", "{", "}", "(", ")", ",", "+", "-", "*", "/", "^", "|", "&", "=", ">", "<", ".", "0", "9", " ",
-        "a", "x", "pi", "sin(", "if(", "max(", "not(", "X", "\xff", std::string(1, '\0')};
+        "(", ")", "{", "}", "(", ")", ",", "+", "-", "*", "/", "^", "|", "&", "=", ">", "<", ".", "0", "9",
+        " ", "a", "x", "pi", "sin(", "if(", "max(", "not(", "X", "\xff", std::string(1, '\0')};
     double x = 0.75;
     FunctionParserBase parser;
     parser.insertKey("x", &x);

@@ -68,7 +68,8 @@ TEST(SearchStrategies, QuickerSearchesAgreeWithThePlainOnes)
         for (std::size_t begin = 0; begin <= text.size(); ++begin) {
             for (std::size_t size = 0; begin + size <= text.size(); ++size) {
                 const std::string_view window = std::string_view(text).substr(begin, size);
-                ASSERT_EQ(scanned.encloses(window), tabled.encloses(window)) << text << " @" << begin << "+" << size;
+                ASSERT_EQ(scanned.encloses(window), tabled.encloses(window))
+                    << text << " @" << begin << "+" << size;
                 ASSERT_EQ(scanned.countEnclosingPairs(window), tabled.countEnclosingPairs(window)) << text;
             }
         }
@@ -83,8 +84,9 @@ TEST(SearchStrategies, QuickerSearchesAgreeWithThePlainOnes)
 TEST(NumberReading, ReadsAsTheStreamBitForBit)
 {
     std::vector<std::string> texts = {
-        "-.", "+.5", "-0", "0x1p3", " 7", "-1e400", "1e-400", "2.4703282292062328e-324", "1.7976931348623159e308",
-        "9007199254740993", std::string(400, '9'), "0." + std::string(400, '0') + "1"};
+        "-.", "+.5", "-0", "0x1p3", " 7", "-1e400", "1e-400", "2.4703282292062328e-324",
+        "1.7976931348623159e308", "9007199254740993", std::string(400, '9'),
+        "0." + std::string(400, '0') + "1"};
     std::mt19937 random(20240517);
     for (int i = 0; i < 2000; ++i) {
         texts.push_back(randomText(random, "0123456789.-+eE x(", 24));

@@ -67,7 +67,8 @@ TEST(FindFirstElement, DepthCountsFromTheStart)
     FunctionParserBase parser;
     const char* texts[] = {"f(a,b),c", "a,b", "{a,b},c", ",a", "f(a,b)", "a)+(b", "a)(x", "(a)"};
     const char elements[] = {',', ',', ',', ',', ',', '+', 'x', ')'};
-    const unsigned starts[] = {0, 5, 0, 0, 3, 0, 0, 0}, expected[] = {6, 0, 5, 0, 3, 0, 3, 2};  // 0 also for a miss
+    const unsigned starts[] = {0, 5, 0, 0, 3, 0, 0, 0};
+    const unsigned expected[] = {6, 0, 5, 0, 3, 0, 3, 2};  // 0 also for a miss
     for (int k = 0; k < 8; ++k)
         EXPECT_EQ(parser.findFirstElement(elements[k], texts[k], starts[k]), expected[k]) << texts[k];
 }

@@ -50,24 +50,53 @@ TEST_F(TreeBuilder, ShapesFaultsAndFinalPosition)
         Faults faults{};
         int errorCode = PARSE_OK;
     } cases[] = {
-        {"a|b&c", "Or(a,And(b,c))"}, {"a=b&c", "And(Eql(a,b),c)"}, {"a>b=c", "Eql(Grt(a,b),c)"},
-        {"a<b>c", "Grt(Lss(a,b),c)"}, {"a+b<c", "Lss(Add(a,b),c)"}, {"a-b+c", "Add(Sub(a,b),c)"},
-        {"a*b-c", "Sub(Mul(a,b),c)"}, {"a/b*c", "Mul(Div(a,b),c)"}, {"a^b/c", "Div(Pow(a,b),c)"},
-        {"a-b-c", "Sub(a,Sub(b,c))"}, {"a^b^c", "Pow(a,Pow(b,c))"}, {"((x))*2", "Mul(x,2)"}, {"", "0"},
+        {"a|b&c", "Or(a,And(b,c))"},
+        {"a=b&c", "And(Eql(a,b),c)"},
+        {"a>b=c", "Eql(Grt(a,b),c)"},
+        {"a<b>c", "Grt(Lss(a,b),c)"},
+        {"a+b<c", "Lss(Add(a,b),c)"},
+        {"a-b+c", "Add(Sub(a,b),c)"},
+        {"a*b-c", "Sub(Mul(a,b),c)"},
+        {"a/b*c", "Mul(Div(a,b),c)"},
+        {"a^b/c", "Div(Pow(a,b),c)"},
+        {"a-b-c", "Sub(a,Sub(b,c))"},
+        {"a^b^c", "Pow(a,Pow(b,c))"},
+        {"((x))*2", "Mul(x,2)"},
+        {"", "0"},
         // Signs are binary operators with an empty, zero operand.
-        {"-x^2", "Sub(0,Pow(x,2))"}, {"x--y", "Sub(x,Sub(0,y))"}, {"2*-3", "Sub(Mul(2,0),3)"},
-        {"2^-1", "Sub(Pow(2,0),1)"}, {"a>-1", "Grt(a,Sub(0,1))"}, {"a>=b", "Eql(Grt(a,0),b)"},
-        {"1e-5", "Sub(Mul(1,e),5)"}, {"2pi", "Mul(2,pi)"}, {"1.2.3", "1.2"}, {"0.1", "0.10000000000000001"},
-        {"sin(x)^2", "Pow(Sin(x),2)"}, {"if(x>1,a,b)", "If(Grt(x,1),a,b)"}, {"log10(x)-log(x)", "Sub(L10(x),Log(x))"},
-        {"max{a,b}+min(a,)", "Add(Max(a,b),Min(a,0))"}, {"not(-2)", "Neg(Sub(0,2))"}, {"if(a,,c)", "If(a,0,c)"},
+        {"-x^2", "Sub(0,Pow(x,2))"},
+        {"x--y", "Sub(x,Sub(0,y))"},
+        {"2*-3", "Sub(Mul(2,0),3)"},
+        {"2^-1", "Sub(Pow(2,0),1)"},
+        {"a>-1", "Grt(a,Sub(0,1))"},
+        {"a>=b", "Eql(Grt(a,0),b)"},
+        {"1e-5", "Sub(Mul(1,e),5)"},
+        {"2pi", "Mul(2,pi)"},
+        {"1.2.3", "1.2"},
+        {"0.1", "0.10000000000000001"},
+        {"sin(x)^2", "Pow(Sin(x),2)"},
+        {"if(x>1,a,b)", "If(Grt(x,1),a,b)"},
+        {"log10(x)-log(x)", "Sub(L10(x),Log(x))"},
+        {"max{a,b}+min(a,)", "Add(Max(a,b),Min(a,0))"},
+        {"not(-2)", "Neg(Sub(0,2))"},
+        {"if(a,,c)", "If(a,0,c)"},
         // Faults: (position, length) in the normalised text; the code is the last fault's.
-        {"exp", "0", {{0, 3}}, operand}, {"foo+bar", "Add(0,0)", {{0, 3}, {4, 3}}, operand},
-        {")", "0", {{0, 1}}, bracket}, {"sin(x))", "Sin(0)", {{5, 1}}, bracket}, {"a,b", "0", {{0, 3}}, operand},
-        {"2*(3", "Mul(2,0)", {{2, 1}}, bracket}, {"foo(x)", "0", {{5, 1}}, bracket}, {"sin{x}", "0", {{5, 1}}, bracket},
-        {"max(a,b,c)", "Max(a,0)", {{6, 3}}, operand}, {"max(f(a,b),c)", "Max(0,c)", {{9, 1}}, bracket},
-        {"if(a,b,c,d)", "If(a,b,0)", {{7, 3}}, operand}, {"weird+5", "Add(0,5)", {{0, 5}}, operand},
-        {"foo+sin(x))", "Add(0,Sin(0))", {{0, 3}, {9, 1}}, bracket}, {"Upper", "0", {{0, 5}}, operand},
-        {"{x)+foo", "Add(0,0)", {{0, 1}, {4, 3}}, operand}, {"2,b", "2", {{0, 3}}, operand},  // "2" read
+        {"exp", "0", {{0, 3}}, operand},
+        {"foo+bar", "Add(0,0)", {{0, 3}, {4, 3}}, operand},
+        {")", "0", {{0, 1}}, bracket},
+        {"sin(x))", "Sin(0)", {{5, 1}}, bracket},
+        {"a,b", "0", {{0, 3}}, operand},
+        {"2*(3", "Mul(2,0)", {{2, 1}}, bracket},
+        {"foo(x)", "0", {{5, 1}}, bracket},
+        {"sin{x}", "0", {{5, 1}}, bracket},
+        {"max(a,b,c)", "Max(a,0)", {{6, 3}}, operand},
+        {"max(f(a,b),c)", "Max(0,c)", {{9, 1}}, bracket},
+        {"if(a,b,c,d)", "If(a,b,0)", {{7, 3}}, operand},
+        {"weird+5", "Add(0,5)", {{0, 5}}, operand},
+        {"foo+sin(x))", "Add(0,Sin(0))", {{0, 3}, {9, 1}}, bracket},
+        {"Upper", "0", {{0, 5}}, operand},
+        {"{x)+foo", "Add(0,0)", {{0, 1}, {4, 3}}, operand},
+        {"2,b", "2", {{0, 3}}, operand},    // "2" read
         {"((x+1)", "0", {{1, 1}}, bracket},  // one pair stripped first
         {"x)+foo", "0", {{0, 6}}, operand},  // operators at depth -1 are unseen
     };
@@ -136,9 +165,9 @@ struct RecordingMapper : ParserVarMapper {
 
 TEST(VarMapper, SplitVarNameAndExtractArrayIndex)
 {
-    const char* splits[][3] = {
-        {"a.b.c", "a", "b.c"}, {"arr[3]", "arr", "arr"}, {"obj[2].m[5]", "obj", "m"}, {"x", "x", "x"},
-        {".x", ".x", ".x"}, {"a.", "a", ""}, {"[1]", "[1]", "[1]"}, {"a[x.y]", "a", "y]"}, {"a[1].b[", "a", "b"}};
+    const char* splits[][3] = {{"a.b.c", "a", "b.c"}, {"arr[3]", "arr", "arr"}, {"obj[2].m[5]", "obj", "m"},
+                               {"x", "x", "x"},       {".x", ".x", ".x"},       {"a.", "a", ""},
+                               {"[1]", "[1]", "[1]"}, {"a[x.y]", "a", "y]"},    {"a[1].b[", "a", "b"}};
     RecordingMapper tools;
     for (const auto& [name, base, field] : splits) {
         std::string baseOut = "stale", fieldOut = "stale";

@@ -134,8 +134,9 @@ TEST_F(ToolTest, EvalPrintsValuesAndMarksFaultsUnderTheTypedText)
 
     const ToolRun bracket = run({"eval", "sine(x)", "--set", "x=1"});
     EXPECT_EQ(bracket.status, 1);
-    EXPECT_NE(bracket.err.find("exprcurve: error: column 7: unknown function 'sine' (did you mean 'sinh' or 'sin'?)\n"
-                               "exprcurve:   sine(x)\nexprcurve:         ^\n"),
+    EXPECT_NE(bracket.err.find(
+                  "exprcurve: error: column 7: unknown function 'sine' (did you mean 'sinh' or 'sin'?)\n"
+                  "exprcurve:   sine(x)\nexprcurve:         ^\n"),
               std::string::npos)
         << bracket.err;
 }
@@ -144,10 +145,12 @@ TEST_F(ToolTest, WarningsComeFromLintUnlessTurnedOff)
 {
     const ToolRun warned = run({"eval", "8/4/2 + 1e-5"});
     EXPECT_EQ(warned.status, 0) << warned.err;
-    EXPECT_NE(warned.err.find("exprcurve: warning: column 1: '8/4/2' groups to the right here: 8/(4/2); write (8/4)/2"),
+    EXPECT_NE(warned.err.find(
+                  "exprcurve: warning: column 1: '8/4/2' groups to the right here: 8/(4/2); write (8/4)/2"),
               std::string::npos)
         << warned.err;
-    EXPECT_NE(warned.err.find("warning: column 9: '1e-5' is no number in exponent notation here"), std::string::npos);
+    EXPECT_NE(warned.err.find("warning: column 9: '1e-5' is no number in exponent notation here"),
+              std::string::npos);
     const ToolRun quiet = run({"eval", "8/4/2 + 1e-5", "--no-warnings"});
     EXPECT_EQ(quiet.out, warned.out);
     EXPECT_EQ(quiet.err, "");
@@ -165,7 +168,8 @@ TEST_F(ToolTest, AtMostTwentyFaultsAreShown)
     const ToolRun many = run({"eval", text, "--no-warnings"});
     EXPECT_EQ(many.status, 1);
     std::size_t shown = 0;
-    for (std::size_t at = many.err.find("error: "); at != std::string::npos; at = many.err.find("error: ", at + 1))
+    for (std::size_t at = many.err.find("error: "); at != std::string::npos;
+         at = many.err.find("error: ", at + 1))
         ++shown;
     EXPECT_EQ(shown, 20u) << many.err;
     EXPECT_NE(many.err.find("exprcurve: ... and 5 more faults"), std::string::npos) << many.err;
@@ -332,7 +336,8 @@ TEST_F(ToolTest, ConvertRoundTripIsExact)
     const ToolRun toStandardOutput = run({"convert", path("walk.kvb"), "-", "--output-format", "text"});
     EXPECT_EQ(toStandardOutput.status, 0) << toStandardOutput.err;
     EXPECT_EQ(toStandardOutput.out, readFile(text));
-    const ToolRun both = run({"convert", "-", "-", "--format", "binary", "--output-format", "binary"}, path("walk.kvb"));
+    const ToolRun both =
+        run({"convert", "-", "-", "--format", "binary", "--output-format", "binary"}, path("walk.kvb"));
     EXPECT_EQ(both.out, readFile(path("walk.kvb")));
 }
 
@@ -363,7 +368,8 @@ TEST_F(ToolTest, AWrongLayoutIsNamedAndTheRightOneProposed)
         const ToolRun result = run({"sample", binary, "--layout", layout});
         EXPECT_EQ(result.status, 1) << layout;
         EXPECT_NE(result.err.find("left unread"), std::string::npos) << result.err;
-        EXPECT_NE(result.err.find("--layout 3027 (3027 and later) reads it whole"), std::string::npos) << result.err;
+        EXPECT_NE(result.err.find("--layout 3027 (3027 and later) reads it whole"), std::string::npos)
+            << result.err;
     }
     std::ofstream(path("junk.kvb"), std::ios::binary) << std::string(7, '\x01');
     const ToolRun junk = run({"sample", path("junk.kvb")});
@@ -383,7 +389,8 @@ bool tagsBalance(const std::string& svg)
         const std::string tag = svg.substr(at + 1, end - at - 1);
         if (tag.empty() || tag[0] == '?' || tag.back() == '/')
             continue;
-        const std::string name = tag.substr(tag[0] == '/' ? 1 : 0, tag.find_first_of(" />", 1) - (tag[0] == '/' ? 1 : 0));
+        const std::string name =
+            tag.substr(tag[0] == '/' ? 1 : 0, tag.find_first_of(" />", 1) - (tag[0] == '/' ? 1 : 0));
         if (tag[0] != '/') {
             open.push_back(name);
         } else if (open.empty() || open.back() != name) {
@@ -420,7 +427,8 @@ double attributeOf(const std::string& svg, const std::string& element, const std
 std::vector<std::string> polylineVertices(const std::string& svg)
 {
     std::vector<std::string> vertices;
-    for (std::size_t at = svg.find("<polyline"); at != std::string::npos; at = svg.find("<polyline", at + 1)) {
+    for (std::size_t at = svg.find("<polyline"); at != std::string::npos;
+         at = svg.find("<polyline", at + 1)) {
         const std::size_t begin = svg.find("points=\"", at) + 8;
         std::istringstream points(svg.substr(begin, svg.find('"', begin) - begin));
         for (std::string vertex; points >> vertex;)
@@ -454,7 +462,8 @@ TEST_F(ToolTest, PlotLegendCoversNoDataAndMarkersStayInTheWindow)
     const std::string file = writeTextFixture("walk.curve");
     ASSERT_EQ(run({"plot", file, "-o", path("walk.svg")}).status, 0);
     const std::string svg = readFile(path("walk.svg"));
-    const double areaBottom = attributeOf(svg, "<rect x=\"70\"", "y") + attributeOf(svg, "<rect x=\"70\"", "height");
+    const double areaBottom =
+        attributeOf(svg, "<rect x=\"70\"", "y") + attributeOf(svg, "<rect x=\"70\"", "height");
     EXPECT_GT(attributeOf(svg, "<g class=\"legend\"", "y"), areaBottom);
     const std::vector<std::string> vertices = polylineVertices(svg);
     for (std::size_t at = svg.find("class=\"control-point\""); at != std::string::npos;
