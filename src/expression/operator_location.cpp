@@ -1,5 +1,6 @@
 // The finders that cut a text into an operator's operands or a call's
 // arguments. They never tokenise: each looks at the text as a whole.
+#include <array>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -175,33 +176,42 @@ bool splitOneArgumentCall(std::string_view name, std::string_view s, std::string
 // The public finders copy the pieces out only after the whole search, so an
 // output string may even be the searched text itself.
 
+namespace {
+
+// Every piece is copied before any output is assigned, for the same reason:
+// an output may be the string the pieces view.
+template <std::size_t Count>
+void copyOut(const std::array<std::string_view, Count>& pieces,
+             const std::array<std::string*, Count>& outputs)
+{
+    std::array<std::string, Count> copies;
+    for (std::size_t i = 0; i < Count; ++i)
+        copies[i].assign(pieces[i]);
+    for (std::size_t i = 0; i < Count; ++i)
+        *outputs[i] = std::move(copies[i]);
+}
+
+}  // namespace
+
 bool FunctionParserBase::findBinaryOperation(functionType type, const std::string& s,
                                              std::string& left, std::string& right)
 {
     if (s.empty())
         return false;
-    std::string_view leftView;
-    std::string_view rightView;
-    if (!finders::splitAtOperator(tableInfo[type].opChar, s, leftView, rightView))
+    std::array<std::string_view, 2> pieces;
+    if (!finders::splitAtOperator(tableInfo[type].opChar, s, pieces[0], pieces[1]))
         return false;
-    std::string leftText(leftView);
-    std::string rightText(rightView);
-    left = std::move(leftText);
-    right = std::move(rightText);
+    copyOut(pieces, {&left, &right});
     return true;
 }
 
 bool FunctionParserBase::findBinaryOperation(const std::string& name, const std::string& s,
                                              std::string& first, std::string& second)
 {
-    std::string_view firstView;
-    std::string_view secondView;
-    if (!finders::splitTwoArgumentCall(brackets::EnclosureIndex(s), name, s, firstView, secondView))
+    std::array<std::string_view, 2> pieces;
+    if (!finders::splitTwoArgumentCall(brackets::EnclosureIndex(s), name, s, pieces[0], pieces[1]))
         return false;
-    std::string firstText(firstView);
-    std::string secondText(secondView);
-    first = std::move(firstText);
-    second = std::move(secondText);
+    copyOut(pieces, {&first, &second});
     return true;
 }
 
@@ -209,28 +219,20 @@ bool FunctionParserBase::findTernaryOperation(const std::string& name, const std
                                               std::string& first, std::string& second,
                                               std::string& third)
 {
-    std::string_view firstView;
-    std::string_view secondView;
-    std::string_view thirdView;
-    if (!finders::splitThreeArgumentCall(brackets::EnclosureIndex(s), name, s, firstView, secondView,
-                                          thirdView))
+    std::array<std::string_view, 3> pieces;
+    if (!finders::splitThreeArgumentCall(brackets::EnclosureIndex(s), name, s, pieces[0], pieces[1],
+                                          pieces[2]))
         return false;
-    std::string firstText(firstView);
-    std::string secondText(secondView);
-    std::string thirdText(thirdView);
-    first = std::move(firstText);
-    second = std::move(secondText);
-    third = std::move(thirdText);
+    copyOut(pieces, {&first, &second, &third});
     return true;
 }
 
 bool FunctionParserBase::findUnaryOperation(const std::string& name, const std::string& s,
                                             std::string& argument)
 {
-    std::string_view argumentView;
-    if (!finders::splitOneArgumentCall(name, s, argumentView))
+    std::array<std::string_view, 1> pieces;
+    if (!finders::splitOneArgumentCall(name, s, pieces[0]))
         return false;
-    std::string argumentText(argumentView);
-    argument = std::move(argumentText);
+    copyOut(pieces, {&argument});
     return true;
 }

@@ -106,4 +106,23 @@ TEST(FindCallForms, NameThenOneEnclosedArgumentList)
     }
 }
 
+// Hosts may reuse the searched string as an output: every piece is taken
+// before any output is written.
+TEST(FindCallForms, AnOutputMayBeTheSearchedTextItself)
+{
+    FunctionParserBase parser;
+    std::string sum = "x+y", right;
+    ASSERT_TRUE(parser.findBinaryOperation(FT_ADD, sum, sum, right));
+    EXPECT_EQ(sum + "|" + right, "x|y");
+    std::string left, call = "max(a,b)";
+    ASSERT_TRUE(parser.findBinaryOperation("max", call, left, call));
+    EXPECT_EQ(left + "|" + call, "a|b");
+    std::string first, second, choice = "if(c,d,e)";
+    ASSERT_TRUE(parser.findTernaryOperation("if", choice, first, choice, second));
+    EXPECT_EQ(first + "|" + choice + "|" + second, "c|d|e");
+    std::string argument = "sin(z)";
+    ASSERT_TRUE(parser.findUnaryOperation("sin", argument, argument));
+    EXPECT_EQ(argument, "(z)");  // the one argument keeps its brackets
+}
+
 }  // namespace
