@@ -8,7 +8,6 @@
 #include "boundary.h"
 #include "compiledexpression.h"
 #include "diagnostics.h"
-#include "host_call_batches.h"
 #include "exprcurve.h"
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
@@ -24,13 +23,12 @@ struct exprcurve_parser {
 // form, which gives the tree's bits and may run on several threads at once.
 struct exprcurve_expression {
     explicit exprcurve_expression(std::unique_ptr<FunctionFloatBase> root)
-        : tree(std::move(root)), compiled(tree.get()), inputs(exprcurve::treeInputs(tree.get()))
+        : tree(std::move(root)), compiled(tree.get())
     {
     }
 
     std::unique_ptr<FunctionFloatBase> tree;  // declared first: `compiled` reads it
     exprcurve::CompiledExpression compiled;
-    exprcurve::TreeInputs inputs;
     std::string normalisedText;
     std::vector<exprcurve::Diagnostic> faults;
 };
@@ -192,11 +190,7 @@ int exprcurve_evaluate_batch(const exprcurve_expression* expression, size_t rows
         library.reserve(column_count);
         for (size_t i = 0; i < column_count; ++i)
             library.push_back(exprcurve::Column{columns[i].variable, columns[i].values});
-        if (expression->inputs.callsHost)
-            exprcurve::evaluateRowByRow(expression->compiled, expression->inputs, rows,
-                                        library.data(), library.size(), results);
-        else
-            expression->compiled.evaluate(rows, library.data(), library.size(), results);
+        expression->compiled.evaluate(rows, library.data(), library.size(), results);
         return 1;
     });
 }

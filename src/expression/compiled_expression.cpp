@@ -13,9 +13,11 @@
 
 #include "compiled_program.h"
 #include "functionfloatbase.h"
+#include "functionparserbase.h"
 #include "native_code.h"
 #include "program_compiler.h"
 #include "program_interpreter.h"
+#include "variable_leaves.h"
 
 namespace exprcurve {
 namespace compiled {
@@ -24,6 +26,9 @@ namespace compiled {
 struct State {
     Program program;
     bool callsTree = false;      // holds a node evaluated through the tree
+    // For a form that calls back into the tree: every variable the tree
+    // reads, those under the nodes it calls included, which a batch writes.
+    std::vector<Input> treeInputs;
     bool nativeAllowed = false;  // native code was allowed when the form was made
     ExecutableBlock scalar;
     mutable std::once_flag batchMade;
@@ -44,6 +49,23 @@ struct State {
 namespace {
 
 std::atomic<bool> nativeCodeAllowed{true};
+
+// The variables a tree reads, as the inputs of a program reading them.
+std::vector<Input> inputsOfTree(const FunctionFloatBase& root)
+{
+    std::vector<Input> inputs;
+    for (const variables::Binding& binding : variables::distinctBindings(&root)) {
+        Form kind = Form::Variable;
+        if (binding.type == KEY_FLOAT)
+            kind = Form::FloatVariable;
+        else if (binding.type == KEY_INT)
+            kind = Form::IntVariable;
+        else if (binding.type == KEY_BOOL)
+            kind = Form::BoolVariable;
+        inputs.push_back(Input{binding.address, kind});
+    }
+    return inputs;
+}
 
 // ---------------------------------------------------------------- batches
 
@@ -220,6 +242,8 @@ CompiledExpression::CompiledExpression(const FunctionFloatBase* root, Backend ba
     made->callsTree = std::any_of(made->program.begin(), made->program.end(), [](const compiled::Instruction& step) {
         return step.step == compiled::Step::CallNode;
     });
+    if (made->callsTree)
+        made->treeInputs = compiled::inputsOfTree(*root);
     made->nativeAllowed = backend == Backend::Automatic && compiled::nativeCodeAllowed.load();
     if (made->nativeAllowed)
         made->scalar = compiled::generateScalarCode(made->program);
@@ -258,15 +282,15 @@ void CompiledExpression::evaluate(std::size_t rows, const Column* columns, std::
         std::fill_n(results, rows, 0.0);
         return;
     }
-    const std::vector<Input> inputs = inputsOf(state->program);
     if (state->callsTree) {
-        const HostVariableWriter writer(inputs, columns, columnCount);
+        const HostVariableWriter writer(state->treeInputs, columns, columnCount);
         for (std::size_t row = 0; row < rows; ++row) {
             writer.writeRow(row);
             results[row] = (*this)();
         }
         return;
     }
+    const std::vector<Input> inputs = inputsOf(state->program);
     BatchFeeder feeder(inputs, columns, columnCount);
     const BatchCode& batch = state->batchCode(inputs);
     if (batch.block)

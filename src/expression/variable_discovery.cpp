@@ -10,82 +10,19 @@
 // binding met is its first appearance, since a key has exactly one binding,
 // so the list comes out in the same order.
 #include <cstddef>
-#include <functional>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
+#include "variable_leaves.h"
 
 namespace {
 
+using exprcurve::variables::Binding;
+using exprcurve::variables::BindingHash;
 using Key = FunctionParserBase::keyStruct;
 using KeyList = std::vector<Key*>;
-
-// What a variable leaf reads: the key kind of its class and its address.
-struct Binding {
-    int type;
-    const void* address;
-
-    bool operator==(const Binding& other) const { return type == other.type && address == other.address; }
-};
-
-struct BindingHash {
-    std::size_t operator()(const Binding& binding) const
-    {
-        return std::hash<const void*>()(binding.address) ^ static_cast<std::size_t>(binding.type);
-    }
-};
-
-// The kinds are asked in the same order as for every other use of a leaf, the
-// first true answer winning, in case a host's node class answers several.
-bool bindingOf(const FunctionFloatBase& node, Binding& binding)
-{
-    if (node.isVariableBool())
-        binding = {KEY_BOOL, node.getVariableBoolRef()->control};
-    else if (node.isVariableInt())
-        binding = {KEY_INT, node.getVariableIntRef()->control};
-    else if (node.isVariableFloat())
-        binding = {KEY_FLOAT, node.getVariableFloatRef()->control};
-    else if (node.isVariableDouble())
-        binding = {KEY_DOUBLE, node.getVariableDoubleRef()->control};
-    else
-        return false;
-    return true;
-}
-
-// The bindings of the tree's leaves, each once, in first-appearance order.
-std::vector<Binding> distinctBindings(const FunctionFloatBase* root)
-{
-    std::vector<Binding> bindings;
-    std::unordered_set<Binding, BindingHash> seen;
-    std::vector<const FunctionFloatBase*> pending{root};
-    while (!pending.empty()) {
-        const FunctionFloatBase* node = pending.back();
-        pending.pop_back();
-        if (!node)
-            continue;
-        // Children go on the stack last first, so the first is taken next.
-        Binding binding{};
-        if (node->isUnary()) {
-            pending.push_back(node->getUnaryRef()->arg);
-        } else if (node->isBinary()) {
-            const FunctionFloatBinary& binary = *node->getBinaryRef();
-            pending.insert(pending.end(), {binary.arg2, binary.arg1});
-        } else if (node->isTernary()) {
-            const FunctionFloatTernary& ternary = *node->getTernaryRef();
-            pending.insert(pending.end(), {ternary.arg3, ternary.arg2, ternary.arg1});
-        } else if (node->isHostCall()) {
-            const FunctionFloatHostCall& call = *node->getHostCallRef();
-            for (unsigned int i = call.arity; i-- > 0;)
-                pending.push_back(call.arguments[i]);
-        } else if (bindingOf(*node, binding) && seen.insert(binding).second) {
-            bindings.push_back(binding);
-        }
-    }
-    return bindings;
-}
 
 // The key of a binding: the first entry, in the table's order, of the
 // binding's kind at its address, as findIndex answers. A few bindings are
@@ -148,7 +85,7 @@ std::vector<FunctionParserBase::keyStruct*> FunctionParserBase::getAllVars(const
     // Distinct bindings have distinct keys; only the null entry, which stands
     // for every unregistered binding, could come twice.
     bool listsNull = false;
-    for (const Binding& binding : distinctBindings(node)) {
+    for (const Binding& binding : exprcurve::variables::distinctBindings(node)) {
         Key* key = keyFinder.find(binding);
         if (key || !listsNull)
             keys.push_back(key);

@@ -18,7 +18,6 @@
 #include "diagnostics.h"
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
-#include "host_call_batches.h"
 #include "host_functions.h"
 
 namespace exprcurve_python {
@@ -45,8 +44,7 @@ public:
           variables(std::move(variables)),
           functions(std::move(functions)),
           tree(std::move(root)),
-          compiled(tree.get()),
-          treeInputs(exprcurve::treeInputs(tree.get()))
+          compiled(tree.get())
     {
     }
 
@@ -78,7 +76,6 @@ private:
 
     std::unique_ptr<FunctionFloatBase> tree;  // before `compiled`, which reads it
     exprcurve::CompiledExpression compiled;
-    exprcurve::TreeInputs treeInputs;
 };
 
 using ContiguousDoubles = py::array_t<double, py::array::c_style | py::array::forcecast>;
@@ -118,8 +115,9 @@ Expression::Inputs Expression::inputs(const py::kwargs& arrays) const
 }
 
 // A batch writes nothing to the variables, so it runs without the
-// interpreter lock and other Python threads go on meanwhile. One that calls
-// Python functions writes the variables row by row instead, and keeps the
+// interpreter lock and other Python threads go on meanwhile. One of a text
+// parsed while Python functions were defined may call them, and a batch that
+// calls back into the tree writes the variables row by row: it keeps the
 // lock so that no other thread sees them changed.
 py::array_t<double> Expression::evaluate(const py::kwargs& arrays) const
 {
@@ -129,9 +127,8 @@ py::array_t<double> Expression::evaluate(const py::kwargs& arrays) const
         columns.push_back(exprcurve::Column{in.addresses[column], in.arrays[column].data()});
     py::array_t<double> results(in.shape);
     double* out = results.mutable_data();
-    if (treeInputs.callsHost) {
-        exprcurve::evaluateRowByRow(compiled, treeInputs, in.rows, columns.data(), columns.size(),
-                                    out);
+    if (!functions.empty()) {
+        compiled.evaluate(in.rows, columns.data(), columns.size(), out);
         raisePendingError();
     } else {
         const py::gil_scoped_release released;

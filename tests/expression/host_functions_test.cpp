@@ -103,6 +103,32 @@ TEST_F(HostFunctions, CallsGiveTheFunctionsOwnBitsInEveryForm)
     }
 }
 
+// A column feeds its variable wherever the tree reads it, inside a call's
+// arguments as well, and the host's variables are as they were afterwards.
+TEST_F(HostFunctions, BatchesFeedColumnsIntoCallArguments)
+{
+    double& x = values[0];
+    double& y = values[1];
+    const double xs[] = {0.5, -0.0, 1e300, NAN, -3, 7, 0.25};
+    const double ys[] = {2, 3, -1, 0.125, 1e-300, -0.0, 9};
+    constexpr std::size_t rows = sizeof xs / sizeof xs[0];
+    const exprcurve::Column columns[] = {{&x, xs}, {&y, ys}};
+    for (const char* text : {"lerp(x,3,0)", "half(x)+y", "w8(x,y,a,b,c,x-y,1/c,half(a))", "if(y>0,half(x),y)"}) {
+        std::unique_ptr<FunctionFloatBase> tree = parse(text);
+        ASSERT_TRUE(message.errors.empty()) << text;
+        const exprcurve::CompiledExpression compiled(tree.get());
+        double results[rows];
+        compiled.evaluate(rows, columns, 2, results);
+        EXPECT_EQ(bitsOf(x), bitsOf(0.1)) << text;
+        EXPECT_EQ(bitsOf(y), bitsOf(-2.5)) << text;
+        for (std::size_t row = 0; row < rows; ++row) {
+            x = xs[row], y = ys[row];
+            EXPECT_EQ(bitsOf(results[row]), bitsOf((*tree)())) << text << ", row " << row;
+        }
+        x = 0.1, y = -2.5;
+    }
+}
+
 TEST_F(HostFunctions, TheCallNodeAnswersOnlyItsOwnQueryAndShowsItsArguments)
 {
     std::unique_ptr<FunctionFloatBase> tree = parse("lerp(a,2,seed())");
