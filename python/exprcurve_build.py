@@ -23,12 +23,12 @@ import tarfile
 import zipfile
 from pathlib import Path
 
-SOURCE = Path(__file__).resolve().parents[2]
-PACKAGE = SOURCE / "src" / "python" / "exprcurve"
+SOURCE = Path(__file__).resolve().parents[1]
+PACKAGE = SOURCE / "python" / "exprcurve"
 NAME = "exprcurve"
 SUMMARY = "Expressions and 1-D animation curves, with NumPy, exact to the last bit"
 # What an sdist needs to build a wheel again.
-SDIST_PARTS = ["CMakeLists.txt", "pyproject.toml", "README.md", "cmake", "include", "src"]
+SDIST_PARTS = ["CMakeLists.txt", "pyproject.toml", "README.md", "cmake", "include", "src", "python"]
 
 
 def _version():
