@@ -13,8 +13,7 @@ fi
 cmake --build "$build_dir" -j2
 
 programs=()
-for program in expression_tests random_seed_tests curve_tests fileio_tests tool_tests tool_unit_tests c_api_tests \
-    c_api_out_of_memory_tests; do
+for program in expression_tests random_seed_tests curve_tests fileio_tests tool_tests tool_unit_tests c_api_tests; do
   [ -x "$build_dir/tests/$program" ] && programs+=("$build_dir/tests/$program")
 done
 [ ${#programs[@]} -gt 0 ] || { echo "no test programs in $build_dir/tests" >&2; exit 2; }
