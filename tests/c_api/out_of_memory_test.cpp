@@ -10,6 +10,7 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "exprcurve.h"
 
@@ -53,15 +54,24 @@ void operator delete[](void* memory, const std::nothrow_t&) noexcept { std::free
 
 namespace {
 
+std::string scratchFile(const std::string& name, const char* extension)
+{
+    return ::testing::TempDir() + "exprcurve_oom_" + name + "_" + std::to_string(::getpid())
+           + extension;
+}
+
 struct Fixture {
     double x = 0.5;
     exprcurve_parser* parser = exprcurve_parser_new();
     exprcurve_expression* expression = nullptr;
     exprcurve_curve* curve = exprcurve_curve_new();
-    std::string textFile = std::string(::testing::TempDir()) + "exprcurve_oom.curve";
-    std::string binaryFile = std::string(::testing::TempDir()) + "exprcurve_oom.kvb";
+    std::string textFile;
+    std::string binaryFile;
 
-    Fixture()
+    // CTest runs the cases as processes of their own, several at once: each
+    // writes files of its own.
+    explicit Fixture(const std::string& name)
+        : textFile(scratchFile(name, ".curve")), binaryFile(scratchFile(name, ".kvb"))
     {
         exprcurve_parser_bind_double(parser, "x", &x);
         expression = exprcurve_parse(parser, "2*x+sin(x)");
@@ -185,7 +195,7 @@ TEST_P(OutOfMemory, FailsWithNullOrZeroUntilMemorySuffices)
     if (!refusingAllocatorInUse())
         GTEST_SKIP() << "the process's allocator is not this program's";
     const Call& call = GetParam();
-    Fixture fixture;
+    Fixture fixture(call.name);
     ASSERT_NE(fixture.expression, nullptr);
     long budget = 0;
     for (;; ++budget) {
