@@ -26,6 +26,16 @@
 //     the tree's order of evaluation. A host class derived from one of the
 //     library's operator classes is taken to compute what that class
 //     computes. The random node is computed from its own table.
+//   - Calls of host functions (defineFunction) are part of the program: the
+//     arguments are computed left to right and the function is called
+//     directly, from native code as well; subtrees holding calls keep the
+//     tree's order. A call nested so deep that its waiting arguments would
+//     overflow the program's stack of 64 values is evaluated through the
+//     tree. Exceptions: the tree and the interpreter let whatever a host
+//     function throws reach their caller. Native code cannot be unwound, so
+//     a host function must not throw when its form runs native code: there
+//     an escaping exception ends the program (std::terminate) at the call.
+//     Give forms whose functions may throw Backend::Interpreter.
 //
 // Evaluation allocates nothing and writes nothing outside its own frame, so
 // one compiled form may be evaluated from several threads at once while
@@ -42,7 +52,9 @@
 // executable memory. Copies share their code; the last one frees it.
 // Programs that call back into the tree (a host's nodes, a node with a
 // missing child) stay interpreted, so that an exception thrown there unwinds
-// as it would from the tree, and so do programs holding a random node. Where executable memory cannot be
+// as it would from the tree, and so do programs holding a random node.
+// Programs with host calls run native code; their batches are interpreted
+// row after row, so that each row makes the calls operator() would make. Where executable memory cannot be
 // had (another platform, a policy that forbids it: one refusal turns native
 // code off for the process), after setNativeCodeAllowed(false), or with
 // Backend::Interpreter, the program is interpreted; the results are the

@@ -6,6 +6,8 @@
 #include <array>
 #include <cstring>
 
+#include "functionfloatbase.h"
+
 namespace exprcurve {
 namespace compiled {
 namespace {
@@ -110,6 +112,10 @@ int stackEffect(const Instruction& instruction)
     switch (instruction.step) {
     case Step::Push:
         return 1;
+    case Step::HostCall: {
+        const unsigned int arity = static_cast<const FunctionFloatHostCall*>(instruction.first.node)->arity;
+        return pushed - (arity > 0 ? static_cast<int>(arity) - 1 : 0);
+    }
     case Step::Binary:
         return instruction.form == Form::StackAcc || instruction.form == Form::AccStack ? pushed - 1 : pushed;
     default:

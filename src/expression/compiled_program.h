@@ -53,6 +53,8 @@ enum class Step : std::uint8_t {
     Binary,      // `operation` of two operands named by `form`
     Random,      // the noise of the random node `first.node` at the position in the accumulator
     CallNode,    // evaluates `first.node` through the tree
+    HostCall,    // calls the host function of the call node `first.node`: its
+                 // last argument in the accumulator, the others on the stack
 };
 
 // Where operands are. For Binary the left operand is named first: "Acc" is
@@ -106,7 +108,8 @@ int stackEffect(const Instruction& instruction);
 // Values a program may keep waiting for an operand: the interpreter's stack
 // in its frame (512 bytes). The compiler orders the operands of the
 // library's own nodes so that a tree needs about log2 of its size in slots;
-// only a tree holding host nodes can need more.
+// only a tree holding host nodes or calls can need more (past the capacity
+// such a subtree is evaluated through the tree).
 constexpr int stackCapacity = 64;
 
 }  // namespace compiled

@@ -11,6 +11,10 @@
 // Everything else calls the operation table's function, the very code the
 // interpreter runs, so the bits cannot differ. A call clobbers every xmm
 // register, so the slots held in registers are saved to the frame around it.
+// A host function is called with its arguments where the frame keeps the
+// stack's slots, through a routine of the library's that is noexcept: an
+// exception escaping the function ends the program there (std::terminate)
+// rather than unwinding into generated frames, which have no unwind tables.
 //
 // The batch kernel runs the same program over rows, four at a time in the
 // lanes of AVX registers where the processor has them (chosen when the
@@ -18,7 +22,9 @@
 // maxpd and the others round each lane exactly as their scalar forms do; comparisons become masks
 // (cmppd) and-ed with 1.0; calls are made lane by lane. "if" computes both
 // branches, which the library's own nodes allow (they have no effects), and
-// selects per lane by the exact test against zero.
+// selects per lane by the exact test against zero. Programs with host calls
+// have no batch kernel: their rows are interpreted one after the other, so
+// every row makes the calls operator() makes, in the same order.
 #include "native_code.h"
 
 #include <algorithm>
@@ -26,6 +32,7 @@
 #include <optional>
 #include <vector>
 
+#include "functionfloatbase.h"
 #include "functionfloatoperations.h"
 #include "x86_64_assembler.h"
 
@@ -36,6 +43,11 @@ namespace {
 using namespace x86_64;
 
 std::atomic<bool> wideBatchesAllowed{true};
+
+double callHostFunction(const double* arguments, const FunctionFloatHostCall* call) noexcept
+{
+    return call->function(arguments, call->context);
+}
 
 constexpr Xmm accumulator{0};
 constexpr Xmm scratch{1};
@@ -144,7 +156,8 @@ private:
             if (step.step == Step::CallNode || step.step == Step::Random)
                 return false;
             depth += stackEffect(step);
-            const bool calls = step.step == Step::Unary || (step.step == Step::Binary && !isInlineScalar(step.operation));
+            const bool calls = step.step == Step::Unary || step.step == Step::HostCall ||
+                               (step.step == Step::Binary && !isInlineScalar(step.operation));
             needsFrame = needsFrame || depth > slotsInRegisters || calls;
         }
         return true;
@@ -172,9 +185,31 @@ private:
             return call(info(step.operation).unary);
         case Step::Binary:
             return binary(step);
+        case Step::HostCall:
+            return hostCall(static_cast<const FunctionFloatHostCall&>(*step.first.node));
         default:
             return;  // refused by planFrame
         }
+    }
+
+    // The arguments before the last are the top slots of the stack, which
+    // the frame holds in order once the registers are saved; the last one
+    // (the accumulator) goes into the slot above them.
+    void hostCall(const FunctionFloatHostCall& call)
+    {
+        const int arity = static_cast<int>(call.arity);
+        const int held = std::min(depth, slotsInRegisters);
+        for (int slot = 0; slot < held; ++slot)
+            code.movsd(at(rsp, 8 * slot), slotRegister(slot));
+        const int first = arity > 0 ? depth - (arity - 1) : depth;
+        if (arity > 0)
+            code.movsd(at(rsp, 8 * depth), accumulator);
+        code.lea(rdi, at(rsp, 8 * first));
+        code.movFromMemory(rsi, inData(code.address(&call)));
+        code.callThrough(inData(code.address(reinterpret_cast<const void*>(&callHostFunction))));
+        depth = first;
+        for (int slot = 0; slot < std::min(depth, slotsInRegisters); ++slot)
+            code.movsd(slotRegister(slot), at(rsp, 8 * slot));
     }
 
     void load(Xmm to, Form form, const Operand& operand) override
@@ -330,7 +365,7 @@ private:
     static constexpr Xmm mask{14};
     static constexpr Xmm spare{15};
 
-    // Refuses programs that call back into the tree or use the random node,
+    // Refuses programs that call out of the library or use the random node,
     // and "if"s that are not laid out as the compiler lays them out; checks
     // that the stack of the batch form (two more values per open "if") fits.
     bool planStack()
@@ -345,7 +380,7 @@ private:
             if (index == program.size())
                 break;
             const Instruction& step = program[index];
-            if (step.step == Step::CallNode || step.step == Step::Random)
+            if (step.step == Step::CallNode || step.step == Step::Random || step.step == Step::HostCall)
                 return false;
             if (step.step == Step::JumpIfZero) {
                 const std::size_t elseStart = step.first.target;

@@ -2,7 +2,8 @@
 //
 // It first lays the tree out in a flat list (parents before children) and,
 // walking that list backwards, learns for every node whether its subtree
-// calls back into the tree and how many stack slots it needs. Then it emits
+// calls out of the library (a host function, or a node evaluated through
+// the tree) and how many stack slots it needs. Then it emits
 // instructions from an explicit work list.
 //
 // Order of evaluation: the library's own nodes have no side effects, so when
@@ -11,7 +12,8 @@
 // takes its operands from where they were left (AccStack instead of
 // StackAcc): each operation still sees the same left and right values, so
 // no bit changes, and a tree of n nodes needs about log2(n) slots. Subtrees
-// that call back into the tree (a host's nodes) keep the tree's order.
+// that call out of the library keep the tree's order: host code may have
+// effects, and may write the variables the tree reads.
 #include "program_compiler.h"
 
 #include <algorithm>
@@ -26,14 +28,14 @@ namespace {
 // ---------------------------------------------------------------- classification
 
 enum class Kind { Constant, Variable, FloatVariable, IntVariable, BoolVariable, Unary, Binary, If,
-                  Random, Opaque };
+                  Random, HostCall, Opaque };
 
 // What the compiler knows of one node.
 struct Shape {
     Kind kind = Kind::Opaque;
     Operation operation{};
     Operand leaf{};
-    const FunctionFloatBase* children[3] = {nullptr, nullptr, nullptr};
+    const FunctionFloatBase* children[FunctionFloatHostCall::maxArguments] = {};
     int childCount = 0;
 };
 
@@ -102,6 +104,24 @@ Shape ternaryShape(const FunctionFloatTernary& node)
     return node.isIf() ? innerShape(Kind::If, {node.arg1, node.arg2, node.arg3}) : Shape{};
 }
 
+// Only the call node itself, not a host class derived from it, and only a
+// whole one; anything else is evaluated through the tree.
+Shape hostCallShape(const FunctionFloatHostCall& node)
+{
+    if (typeid(node) != typeid(FunctionFloatHostCall) || !node.function ||
+        node.arity > FunctionFloatHostCall::maxArguments)
+        return Shape{};
+    Shape shape;
+    for (unsigned int i = 0; i < node.arity; ++i) {
+        if (!node.arguments[i])
+            return Shape{};
+        shape.children[shape.childCount++] = node.arguments[i];
+    }
+    shape.kind = Kind::HostCall;
+    shape.leaf.node = &node;
+    return shape;
+}
+
 Shape shapeOf(const FunctionFloatBase& node)
 {
     Operand leaf{};
@@ -131,6 +151,8 @@ Shape shapeOf(const FunctionFloatBase& node)
         return binaryShape(*binary);
     if (const FunctionFloatTernary* ternary = node.getTernaryRef())
         return ternaryShape(*ternary);
+    if (const FunctionFloatHostCall* call = node.getHostCallRef())
+        return hostCallShape(*call);
     return Shape{};
 }
 
@@ -157,8 +179,8 @@ bool isLeaf(Kind kind) { return kind <= Kind::BoolVariable; }
 struct Entry {
     const FunctionFloatBase* node;
     Shape shape;
-    int children[3] = {-1, -1, -1};
-    bool callsTree = false;  // the subtree holds a node evaluated through the tree
+    int children[FunctionFloatHostCall::maxArguments] = {-1, -1, -1, -1, -1, -1, -1, -1};
+    bool callsOut = false;  // the subtree holds a host call or a node evaluated through the tree
     int need = 0;            // stack slots the subtree needs beyond those below it
 };
 
@@ -202,9 +224,9 @@ private:
     void measure()
     {
         for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
-            entry->callsTree = entry->shape.kind == Kind::Opaque;
+            entry->callsOut = entry->shape.kind == Kind::Opaque || entry->shape.kind == Kind::HostCall;
             for (int slot = 0; slot < entry->shape.childCount; ++slot)
-                entry->callsTree = entry->callsTree || entries[entry->children[slot]].callsTree;
+                entry->callsOut = entry->callsOut || entries[entry->children[slot]].callsOut;
             entry->need = need(*entry);
         }
     }
@@ -220,6 +242,14 @@ private:
             return std::max({childNeed(0), childNeed(1), childNeed(2)});
         case Kind::Random:
             return std::max(childNeed(0), childNeed(1) + 1);
+        case Kind::HostCall: {
+            // Argument i is computed above the i before it; the last one is
+            // then stored above them all for the call.
+            int slots = entry.shape.childCount;
+            for (int slot = 0; slot < entry.shape.childCount; ++slot)
+                slots = std::max(slots, childNeed(slot) + slot);
+            return slots;
+        }
         case Kind::Binary:
             break;
         default:
@@ -258,11 +288,11 @@ private:
         if (readsInPlace(right.shape.kind))
             return Plan::LeftThenRightLeaf;
         // Reading a variable has no effect, so a left variable may be read
-        // after the right subtree, unless that subtree calls a host's node,
-        // which could write the variable.
-        if (left.shape.kind == Kind::Constant || (left.shape.kind == Kind::Variable && !right.callsTree))
+        // after the right subtree, unless that subtree calls out of the
+        // library, which could write the variable.
+        if (left.shape.kind == Kind::Constant || (left.shape.kind == Kind::Variable && !right.callsOut))
             return Plan::RightThenLeftLeaf;
-        if (!left.callsTree && !right.callsTree && right.need > left.need)
+        if (!left.callsOut && !right.callsOut && right.need > left.need)
             return Plan::RightFirst;
         return Plan::LeftFirst;
     }
@@ -366,6 +396,8 @@ private:
             return compileIf(entry, depth);
         case Kind::Random:
             return compileRandom(entry, depth);
+        case Kind::HostCall:
+            return compileHostCall(entry, depth);
         default:
             return callThroughTree(entry);
         }
@@ -470,6 +502,22 @@ private:
         schedule({compileTask(entry.children[0], depth), emitTask(make(Step::Random, {}, Form::Acc, node)),
                   pushThenCompileTask(entry.children[1], depth + 1),
                   emitTask(make(Step::Binary, Operation::Mul, Form::AccStack))});
+    }
+
+    // The arguments left to right, each but the last pushed before the next
+    // is computed, then the call, which takes the last from the accumulator.
+    void compileHostCall(const Entry& entry, int depth)
+    {
+        const int arity = entry.shape.childCount;
+        if (depth + arity > stackCapacity)
+            return callThroughTree(entry);
+        const Task call = emitTask(make(Step::HostCall, {}, Form::Acc, entry.shape.leaf));
+        if (arity == 0)
+            return program.push_back(call.instruction);
+        tasks.push_back(call);
+        for (int slot = arity - 1; slot >= 1; --slot)
+            tasks.push_back(pushThenCompileTask(entry.children[slot], depth + slot));
+        tasks.push_back(compileTask(entry.children[0], depth));
     }
 
     int newJump()

@@ -160,6 +160,20 @@ Next callNodeStep(Machine&, const Instruction* step, double)
     return {step + 1, (*step->first.node)()};
 }
 
+// The arguments before the last lie on the stack in their order, so the
+// call reads them where they are, with the last stored after them.
+Next hostCallStep(Machine& machine, const Instruction* step, double accumulator)
+{
+    const auto& call = static_cast<const FunctionFloatHostCall&>(*step->first.node);
+    double* arguments = machine.top;
+    if (call.arity > 0) {
+        arguments -= call.arity - 1;
+        arguments[call.arity - 1] = accumulator;
+    }
+    machine.top = arguments;
+    return {step + 1, call.function(arguments, call.context)};
+}
+
 constexpr int firstBinary = firstBinaryOperation;
 constexpr int binaryOperations = static_cast<int>(Operation::count) - firstBinary;
 constexpr int binaryForms = static_cast<int>(Form::ConstantVariable) + 1;
@@ -184,16 +198,16 @@ constexpr std::array<Handler, sizeof...(index)> loadHandlers(std::index_sequence
     return {&loadStep<static_cast<Form>(static_cast<int>(Form::Constant) + index)>...};
 }
 
-// The table: the five plain steps, then loads, unary and binary routines.
+// The table: the six plain steps, then loads, unary and binary routines.
 struct HandlerTable {
-    static constexpr int loads = 5;
+    static constexpr int loads = 6;
     static constexpr int unaries = loads + loadForms;
     static constexpr int binaries = unaries + 2 * firstBinary;
     static constexpr int size = binaries + 2 * binaryForms * binaryOperations;
 
     constexpr HandlerTable() : handlers()
     {
-        const Handler plain[] = {pushStep, jumpStep, jumpIfZeroStep, randomStep, callNodeStep};
+        const Handler plain[] = {pushStep, jumpStep, jumpIfZeroStep, randomStep, callNodeStep, hostCallStep};
         int next = 0;
         for (const Handler handler : plain)
             handlers[next++] = handler;
@@ -225,6 +239,8 @@ std::uint16_t handlerIndex(const Instruction& step)
         return 3;
     case Step::CallNode:
         return 4;
+    case Step::HostCall:
+        return 5;
     case Step::Load:
         return static_cast<std::uint16_t>(HandlerTable::loads + form - static_cast<int>(Form::Constant));
     case Step::Unary:

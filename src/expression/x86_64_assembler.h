@@ -136,6 +136,7 @@ public:
 
     void movFromMemory(Gpr to, Memory from) { instruction(true, {0x8B}, to, from); }
     void mov(Gpr to, Gpr from) { registerInstruction(true, 0x89, from, to); }
+    void lea(Gpr to, Memory from) { instruction(true, {0x8D}, to, from); }
     void xor32(Gpr to, Gpr from) { registerInstruction(false, 0x31, from, to); }
     void cmp(Gpr first, Gpr second) { registerInstruction(true, 0x39, second, first); }
     void addImmediate8(Gpr to, std::int8_t value)

@@ -49,6 +49,19 @@ std::uint64_t bitsOf(double value)
     return bits;
 }
 
+// Host functions of arity 0, 1, 3 and 8, pure, so that batches may be
+// compared with rows evaluated one by one.
+double hostPick(const double*, void*) { return 0.375; }
+double hostHalf(const double* v, void*) { return v[0] / 2; }
+double hostMix(const double* v, void*) { return v[0] + (v[1] - v[0]) * v[2]; }
+double hostWeighted8(const double* v, void*)
+{
+    double total = 0;
+    for (int i = 0; i < 8; ++i)
+        total = total * 1.0000001 + v[i] / (i + 3);
+    return total;
+}
+
 // Host variables of all four kinds, bound in a parser and refilled with
 // special values half of the time.
 struct Inputs {
@@ -64,6 +77,10 @@ struct Inputs {
         for (auto [name, address] : {std::pair{"a", &a}, {"b", &b}, {"c", &c}, {"d", &d}, {"t", &t}})
             parser.insertKey(name, address);
         parser.insertKey("f", &f), parser.insertKey("n", &n), parser.insertKey("k", &k);
+        parser.defineFunction("pick", 0, hostPick);
+        parser.defineFunction("half", 1, hostHalf);
+        parser.defineFunction("mix", 3, hostMix);
+        parser.defineFunction("w8", 8, hostWeighted8);
     }
 
     double draw()
@@ -96,17 +113,19 @@ struct Inputs {
 
     // Compiles once for each backend, then compares over inputs written
     // after compiling: one at a time, then as one batch of `rounds` rows.
-    void expectSameBitsAsTree(const std::string& text, int rounds)
+    // `beyondTheStack`: host calls nest deeper than the program's stack, so
+    // the inner ones are evaluated through the tree.
+    void expectSameBitsAsTree(const std::string& text, int rounds, bool beyondTheStack = false)
     {
         ParseMessage message{};
         const std::unique_ptr<FunctionFloatBase> tree(parser.parseString(text, message));
         const CompiledExpression native(tree.get());
         const CompiledExpression interpreted(tree.get(), CompiledExpression::Backend::Interpreter);
         ASSERT_FALSE(interpreted.usesNativeCode());
-        // Only the random node keeps a program of the library's nodes
-        // interpreted, however deep or long the tree.
+        // Only the random node keeps a program of the library's nodes and
+        // host calls interpreted, however deep or long the tree.
         if (nativeCodeExpected && text.find("rnd") == std::string::npos) {
-            ASSERT_TRUE(native.usesNativeCode()) << text;
+            ASSERT_NE(native.usesNativeCode(), beyondTheStack) << text;
         }
         Batch batch(*this, rounds);
         for (int round = 0; round < rounds; ++round) {
@@ -170,7 +189,8 @@ struct Inputs {
 };
 
 // Texts drawn from the whole language: every operator and function, the
-// four variable kinds, constants, unary minus, "rnd", and an unknown name.
+// four variable kinds, constants, unary minus, "rnd", an unknown name, and
+// calls of host functions.
 std::string randomText(std::mt19937& random, int depth)
 {
     static const char* const leaves[] = {"a", "b", "f", "n", "k", "0", "2", "0.5", "pi", "epsilon", "x"};
@@ -179,12 +199,24 @@ std::string randomText(std::mt19937& random, int depth)
     static const std::string operators = "|&=><+-*/^";
     const auto pick = [&random](const auto& list) { return list[random() % std::size(list)]; };
     const auto sub = [&random, depth] { return randomText(random, depth - 1); };
-    switch (depth <= 0 ? 0 : random() % 5) {
+    switch (depth <= 0 ? 0 : random() % 6) {
     case 0: return pick(leaves);
     case 1: return sub() + pick(operators) + sub();
     case 2: return std::string(pick(functions)) + "(" + sub() + ")";
     case 3: return std::string(random() % 2 ? "max(" : "min(") + sub() + "," + sub() + ")";
-    default: return "if(" + sub() + "," + sub() + "," + sub() + ")";
+    case 4: return "if(" + sub() + "," + sub() + "," + sub() + ")";
+    default: break;
+    }
+    switch (random() % 4) {
+    case 0: return "pick()";
+    case 1: return "half(" + sub() + ")";
+    case 2: return "mix(" + sub() + "," + sub() + "," + sub() + ")";
+    default: {
+        std::string call = "w8(" + sub();
+        for (int i = 1; i < 8; ++i)
+            call += std::string(",") + pick(leaves);
+        return call + ")";
+    }
     }
 }
 
@@ -193,6 +225,14 @@ TEST(CompiledExpression, BenchmarkDeepAndRandomExpressionsMatchTheTree)
     // Both operands of every product are inner nodes, so each level needs
     // one more stack slot than the one below it: 40 levels go beyond the
     // slots kept in registers (with and without calls), 150 beyond the stack.
+    // Each level leaves seven arguments waiting for the innermost call: the
+    // inner calls go beyond the slots kept in registers, then beyond the stack.
+    const auto nestedCalls = [](int levels) {
+        std::string nested = "pick()";
+        for (int level = 0; level < levels; ++level)
+            nested = "w8(a,f,n,k,b-" + std::to_string(level) + ",half(c),d*t," + nested + ")";
+        return nested;
+    };
     const auto deepText = [](int levels, const std::string& term = "sin(a)") {
         std::string deep = "(a-b)";
         for (int level = 0; level < levels; ++level)
@@ -203,8 +243,10 @@ TEST(CompiledExpression, BenchmarkDeepAndRandomExpressionsMatchTheTree)
     for (const std::string& text : std::vector<std::string>{
              "a+b", "a*b+c*d", "(a+b)*(c-d)/2", "sin(a)*cos(b)+sqrt(abs(c))", "max(a,b)*3+min(c,d)",
              "exp(a)/(1+exp(b))", "2*sin(t)+max(a,b)", "(a+b+c+d)*(a-b)+sin(a)*sin(b)+cos(c)*cos(d)",
-             "a^3+2*a^2+4*a+1", "if(a>b,a*2,b/2)", deepText(40), deepText(40, "(a+d)"), deepText(150)})
+             "a^3+2*a^2+4*a+1", "if(a>b,a*2,b/2)", deepText(40), deepText(40, "(a+d)"), deepText(150),
+             deepText(40, "mix(a,b,half(c))"), nestedCalls(8)})
         inputs.expectSameBitsAsTree(text, 300);
+    inputs.expectSameBitsAsTree(nestedCalls(12), 300, true);
     std::mt19937 random(2024);
     for (int index = 0; index < 100; ++index)
         inputs.expectSameBitsAsTree(randomText(random, 2 + index % 5), 20);

@@ -113,7 +113,8 @@ TEST_F(HostFunctions, BatchesFeedColumnsIntoCallArguments)
     const double ys[] = {2, 3, -1, 0.125, 1e-300, -0.0, 9};
     constexpr std::size_t rows = sizeof xs / sizeof xs[0];
     const exprcurve::Column columns[] = {{&x, xs}, {&y, ys}};
-    for (const char* text : {"lerp(x,3,0)", "half(x)+y", "w8(x,y,a,b,c,x-y,1/c,half(a))", "if(y>0,half(x),y)"}) {
+    for (const char* text :
+         {"seed()*x", "lerp(x,3,0)", "half(x)+y", "w8(x,y,a,b,c,x-y,1/c,half(a))", "if(y>0,half(x),y)"}) {
         std::unique_ptr<FunctionFloatBase> tree = parse(text);
         ASSERT_TRUE(message.errors.empty()) << text;
         const exprcurve::CompiledExpression compiled(tree.get());
@@ -165,9 +166,21 @@ TEST_F(HostFunctions, ArgumentsAreEvaluatedLeftToRightAndOnlyTheChosenBranch)
     std::unique_ptr<FunctionFloatBase> tree = parse("lerp(note(1),note(2)+note(3),note(4))+if(0,note(5),note(6))");
     (*tree)();
     EXPECT_EQ(calls, (std::vector<int>{1, 2, 3, 4, 6}));
+    for (const auto backend : {exprcurve::CompiledExpression::Backend::Automatic,
+                               exprcurve::CompiledExpression::Backend::Interpreter}) {
+        calls.clear();
+        exprcurve::CompiledExpression(tree.get(), backend)();
+        EXPECT_EQ(calls, (std::vector<int>{1, 2, 3, 4, 6}));
+    }
+    // A batch makes each row's calls before the next row's, and an "if"
+    // calls only the branch its row takes.
+    std::unique_ptr<FunctionFloatBase> perRow = parse("note(x)+if(x>1,note(10+x),note(20+x))");
+    const double xs[] = {1, 2, 3};
+    const exprcurve::Column column{&values[0], xs};
+    double results[3];
     calls.clear();
-    exprcurve::CompiledExpression(tree.get())();
-    EXPECT_EQ(calls, (std::vector<int>{1, 2, 3, 4, 6}));
+    exprcurve::CompiledExpression(perRow.get()).evaluate(3, &column, 1, results);
+    EXPECT_EQ(calls, (std::vector<int>{1, 21, 2, 12, 3, 13}));
 }
 
 TEST_F(HostFunctions, RefusedNames)
@@ -266,16 +279,28 @@ TEST_F(HostFunctions, VariableDiscoveryLooksThroughCallArguments)
 
 double failing(const double*, void*) { throw std::runtime_error("no table for this value"); }
 
-TEST_F(HostFunctions, WhatAFunctionThrowsReachesTheCaller)
+// The tree and the interpreter let an exception pass to their caller, batches
+// included; native code cannot be unwound, so there the call ends the
+// program with the exception's message instead of anything undefined.
+TEST_F(HostFunctions, WhatAFunctionThrowsReachesTheCallerOrEndsNativeCode)
 {
     ASSERT_TRUE(parser.defineFunction("lookup", 1, failing));
     std::unique_ptr<FunctionFloatBase> tree = parse("1+lookup(x)");
     EXPECT_THROW((*tree)(), std::runtime_error);
-    const exprcurve::CompiledExpression compiled(tree.get());
-    EXPECT_THROW(compiled(), std::runtime_error);
-    const exprcurve::CompiledExpression interpreted(tree.get(), exprcurve::CompiledExpression::Backend::Interpreter);
+    const exprcurve::CompiledExpression interpreted(tree.get(),
+                                                    exprcurve::CompiledExpression::Backend::Interpreter);
     EXPECT_THROW(interpreted(), std::runtime_error);
+    const double xs[] = {1, 2, 3};
+    const exprcurve::Column column{&values[0], xs};
+    double results[3];
+    EXPECT_THROW(interpreted.evaluate(3, &column, 1, results), std::runtime_error);
+    EXPECT_EQ(values[0], 0.1);  // nothing left written
     EXPECT_THROW((*tree)(), std::runtime_error);  // the tree is unharmed
+    const exprcurve::CompiledExpression native(tree.get());
+    if (native.usesNativeCode()) {
+        GTEST_FLAG_SET(death_test_style, "threadsafe");
+        EXPECT_DEATH(native(), "no table for this value");
+    }
 }
 
 }  // namespace
