@@ -5,7 +5,8 @@
 //   per leaf); the counter `plain_over_library` is the ratio of the two, both
 //   timed in this run;
 // - parsing a text of grouped rnd(1) calls with and without a bound on the
-//   random nodes (each node builds a 10,000-sample table, 80 KB);
+//   random nodes (each node builds a 10,000-sample table, 80 KB), and
+//   describing the faults of the bounded one (one per call past the bound);
 // - parsing chains and nestings that reach the depth limit, and the stack
 //   that parsing, evaluating, variable discovery and deleting need there
 //   (counters in KiB, measured on a painted thread stack; `idle_KiB` is what
@@ -18,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "diagnostics.h"
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
 #include "plain_variable_discovery.h"
@@ -95,6 +97,24 @@ void parseRandomCalls(benchmark::State& state)
 }
 
 BENCHMARK(parseRandomCalls)->Args({38000, 1000})->Args({3800, 0})->Unit(benchmark::kMillisecond)->Iterations(1);
+
+// Every call past the bound is a fault, and each fault's position depends on
+// the random nodes built before it.
+void describeRandomCallFaults(benchmark::State& state)
+{
+    const std::string text = groupedRandomCalls(static_cast<std::size_t>(state.range(0)));
+    double t = 0.0;
+    FunctionParserBase parser;
+    parser.insertKey("t", &t);
+    parser.maxRandomNodes = static_cast<std::size_t>(state.range(1));
+    ParseMessage message{};
+    delete parser.parseString(text, message);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(exprcurve::describeFaults(text, message));
+    state.counters["faults"] = static_cast<double>(message.errors.size());
+}
+
+BENCHMARK(describeRandomCallFaults)->Args({38000, 1000})->Unit(benchmark::kMillisecond);
 
 // Texts at and beyond the depth limit: parse, evaluate and delete.
 void parseDeepText(benchmark::State& state, std::string open, std::string close)

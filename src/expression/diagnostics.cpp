@@ -332,6 +332,10 @@ std::string describe(std::string_view s, int position, int length)
 // more, right after the call's text, so every position reported after a
 // built random node lies one further on per such node. A call inside a fault
 // (cut, or past the bound on random nodes) built nothing and reads no "t".
+// Faults may be many and so may calls: the calls' ends are kept sorted, with
+// a count tree over those still standing (the k-th one in O(log n)) and a
+// link from each forgotten one to the next standing one, so that a text
+// with n calls and m faults costs O((n + m) log^2 n) rather than O(n m).
 class RandomTimeShift {
 public:
     explicit RandomTimeShift(std::string_view s)
@@ -340,33 +344,90 @@ public:
             if (at > 0 && isNameByte(s[at - 1]))
                 continue;
             const std::size_t closer = partnerOf(s, at + 3);
-            ends.push_back(closer == none ? s.size() : closer + 1);
+            ends.push_back(static_cast<long long>(closer == none ? s.size() : closer + 1));
         }
         std::sort(ends.begin(), ends.end());
+        standing = ends.size();
+        counts.assign(ends.size() + 1, 0);
+        for (std::size_t i = 0; i < ends.size(); ++i)
+            add(i, 1);
+        nextStanding.resize(ends.size() + 1);
+        for (std::size_t i = 0; i <= ends.size(); ++i)
+            nextStanding[i] = i;
     }
 
+    // The reported position less one for every standing call whose shifted
+    // end lies before it. The k-th standing end plus k grows with k, so the
+    // calls counted are the first ones, found by halving.
     int textIndex(int reported) const
     {
-        int before = 0;
-        for (std::size_t j = 0; j < ends.size(); ++j) {
-            if (static_cast<int>(ends[j] + j) < reported)
-                ++before;
+        std::size_t low = 0;
+        std::size_t high = standing;
+        while (low < high) {
+            const std::size_t middle = low + (high - low) / 2;
+            if (ends[kthStanding(middle)] + static_cast<long long>(middle) < reported)
+                low = middle + 1;
+            else
+                high = middle;
         }
-        return reported - before;
+        return reported - static_cast<int>(low);
     }
 
+    // Calls ending within (position, position + length] built nothing.
     void forgetWithin(int position, int length)
     {
-        ends.erase(std::remove_if(ends.begin(), ends.end(),
-                                  [&](std::size_t end) {
-                                      return static_cast<int>(end) > position &&
-                                             static_cast<int>(end) <= position + length;
-                                  }),
-                   ends.end());
+        const auto first = std::upper_bound(ends.begin(), ends.end(), static_cast<long long>(position));
+        const auto last = std::upper_bound(ends.begin(), ends.end(), static_cast<long long>(position) + length);
+        const std::size_t stop = static_cast<std::size_t>(last - ends.begin());
+        for (std::size_t i = standingFrom(static_cast<std::size_t>(first - ends.begin())); i < stop;
+             i = standingFrom(i + 1)) {
+            add(i, -1);
+            nextStanding[i] = i + 1;
+            --standing;
+        }
     }
 
 private:
-    std::vector<std::size_t> ends;  // just after each call's closing bracket
+    // Fenwick tree over the standing flags: counts[i] covers (i - lowbit(i), i].
+    void add(std::size_t index, int delta)
+    {
+        for (std::size_t i = index + 1; i < counts.size(); i += i & (~i + 1))
+            counts[i] += delta;
+    }
+
+    std::size_t kthStanding(std::size_t k) const
+    {
+        std::size_t position = 0;
+        std::size_t step = 1;
+        while (step * 2 < counts.size())
+            step *= 2;
+        long long remaining = static_cast<long long>(k) + 1;
+        for (; step > 0; step /= 2) {
+            if (position + step < counts.size() && counts[position + step] < remaining) {
+                position += step;
+                remaining -= counts[position];
+            }
+        }
+        return position;  // 0-based: the tree's position + 1 is the k-th
+    }
+
+    std::size_t standingFrom(std::size_t index)
+    {
+        std::size_t root = index;
+        while (nextStanding[root] != root)
+            root = nextStanding[root];
+        while (nextStanding[index] != root) {
+            const std::size_t next = nextStanding[index];
+            nextStanding[index] = root;
+            index = next;
+        }
+        return root;
+    }
+
+    std::vector<long long> ends;  // just after each call's closing bracket
+    std::vector<long long> counts;
+    std::vector<std::size_t> nextStanding;  // itself when standing; ends.size() stands for the end
+    std::size_t standing = 0;
 };
 
 // ---------------------------------------------------------------- lint

@@ -3,7 +3,10 @@
 // each surprise warned about once, and ordinary texts left alone.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cctype>
 #include <memory>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -123,6 +126,69 @@ TEST_F(Diagnostics, TheRestOfATextCutAtTheDepthLimit)
     const std::vector<exprcurve::Diagnostic> after = faultsOf("rnd(rnd(1)) + rnd(2) + foo");
     ASSERT_EQ(after.size(), 1u);
     EXPECT_EQ(after[0].position, 23);
+}
+
+// The positions of the faults of a text with random nodes, by the plain
+// rule: a reported position lies one further on per built random node whose
+// call ends before it, and a call inside a fault built nothing.
+std::vector<int> plainFaultPositions(const ParseMessage& message)
+{
+    const std::string& s = message.text;
+    std::vector<std::size_t> ends;
+    for (std::size_t at = s.find("rnd("); at != std::string::npos; at = s.find("rnd(", at + 1)) {
+        if (at > 0 && (std::isalnum(static_cast<unsigned char>(s[at - 1])) || s[at - 1] == '_'))
+            continue;
+        std::size_t end = s.size();
+        for (std::size_t i = at + 3, depth = 0; i < s.size(); ++i) {
+            depth += s[i] == '(' ? 1 : s[i] == ')' ? -1 : 0;
+            if (depth == 0) {
+                end = i + 1;
+                break;
+            }
+        }
+        ends.push_back(end);
+    }
+    std::sort(ends.begin(), ends.end());
+    std::vector<int> positions;
+    for (const auto& [reported, length] : message.errors) {
+        int before = 0;
+        for (std::size_t j = 0; j < ends.size(); ++j)
+            before += static_cast<int>(ends[j] + j) < reported;
+        const int position = reported - before;
+        positions.push_back(position);
+        ends.erase(std::remove_if(ends.begin(), ends.end(),
+                                  [&](std::size_t end) {
+                                      return static_cast<int>(end) > position &&
+                                             static_cast<int>(end) <= position + length;
+                                  }),
+                   ends.end());
+    }
+    return positions;
+}
+
+TEST_F(Diagnostics, ManyRandomNodesAndFaultsGiveThePlainRulesPositions)
+{
+    parser.insertKey("t", &value);
+    const char* const pieces[] = {"rnd(x)", "rnd(rnd(y))", "foo", "rnd(", ")", "x", "1.2.3", "max(x)", "rnd(a+)"};
+    std::mt19937 random(77);
+    int compared = 0;
+    for (int round = 0; round < 400; ++round) {
+        parser.maxRandomNodes = static_cast<int>(random() % 8);
+        std::string text = pieces[random() % std::size(pieces)];
+        for (int count = static_cast<int>(random() % 40); count > 0; --count)
+            text += std::string(random() % 2 ? "+" : "*") + pieces[random() % std::size(pieces)];
+        ParseMessage message{};
+        std::unique_ptr<FunctionFloatBase> tree(parser.parseString(text, message));
+        if (message.text != text)
+            continue;  // normalisation moved something: the typed positions differ
+        const std::vector<exprcurve::Diagnostic> described = exprcurve::describeFaults(text, message);
+        const std::vector<int> expected = plainFaultPositions(message);
+        ASSERT_EQ(described.size(), expected.size()) << text;
+        for (std::size_t i = 0; i < expected.size(); ++i)
+            EXPECT_EQ(described[i].position, std::min(expected[i], static_cast<int>(text.size()))) << text;
+        compared += !expected.empty();
+    }
+    EXPECT_GT(compared, 200);
 }
 
 // Ranges that the message does not cover (another text than the parsed one)
