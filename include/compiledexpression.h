@@ -53,8 +53,8 @@
 // Programs that call back into the tree (a host's nodes, a node with a
 // missing child) stay interpreted, so that an exception thrown there unwinds
 // as it would from the tree, and so do programs holding a random node.
-// Programs with host calls run native code; their batches are interpreted
-// row after row, so that each row makes the calls operator() would make. Where executable memory cannot be
+// Programs with host calls run native code; their batches run row after
+// row, so that each row makes the calls operator() would make. Where executable memory cannot be
 // had (another platform, a policy that forbids it: one refusal turns native
 // code off for the process), after setNativeCodeAllowed(false), or with
 // Backend::Interpreter, the program is interpreted; the results are the

@@ -296,13 +296,23 @@ void CompiledExpression::evaluate(std::size_t rows, const Column* columns, std::
     if (batch.block)
         return feeder.feed(rows, results, batch.lanes,
                            reinterpret_cast<BatchEntry>(const_cast<void*>(batch.block.entry())));
+    // No kernel (host calls, the random node, or no native code): row after
+    // row, each row's values copied into an image the program reads. Where
+    // native code is allowed and the batch is long enough to repay making it
+    // (a few microseconds, about a hundred interpreted rows), that program
+    // runs as native code made for this call, about three times faster.
+    constexpr std::size_t rowsWorthNativeCode = 128;
     std::vector<double> image(inputs.size());
     const Program program = readingFrom(state->program, inputs, image.data());
+    const ExecutableBlock rowCode = state->nativeAllowed && rows >= rowsWorthNativeCode
+                                        ? generateScalarCode(program)
+                                        : ExecutableBlock();
+    const auto native = reinterpret_cast<double (*)()>(const_cast<void*>(rowCode.entry()));
     feeder.feed(rows, results, 1, [&](const double* const* table, std::size_t count, double* out) {
         for (std::size_t row = 0; row < count; ++row) {
             for (std::size_t index = 0; index < image.size(); ++index)
                 image[index] = table[index][row];
-            out[row] = interpretProgram(program);
+            out[row] = native ? native() : interpretProgram(program);
         }
     });
 }

@@ -23,8 +23,8 @@
 // (cmppd) and-ed with 1.0; calls are made lane by lane. "if" computes both
 // branches, which the library's own nodes allow (they have no effects), and
 // selects per lane by the exact test against zero. Programs with host calls
-// have no batch kernel: their rows are interpreted one after the other, so
-// every row makes the calls operator() makes, in the same order.
+// have no batch kernel: their rows run one after the other, so every row
+// makes the calls operator() makes, in the same order.
 #include "native_code.h"
 
 #include <algorithm>
