@@ -17,7 +17,7 @@
 #include "brackets.h"
 #include "builtinoperations.h"
 #include "normalisation.h"
-#include "numberreading.h"
+#include "number_reading.h"
 #include "operator_location.h"
 
 namespace exprcurve {

@@ -1,5 +1,5 @@
-// Reading the number at the start of an operand text; see numberreading.h.
-#include "numberreading.h"
+// Reading the number at the start of an operand text; see number_reading.h.
+#include "number_reading.h"
 
 #include <cfloat>
 #include <cmath>

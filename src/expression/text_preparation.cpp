@@ -6,7 +6,7 @@
 #include "brackets.h"
 #include "functionparserbase.h"
 #include "normalisation.h"
-#include "numberreading.h"
+#include "number_reading.h"
 
 namespace brackets = exprcurve::brackets;
 

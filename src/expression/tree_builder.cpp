@@ -25,7 +25,7 @@
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
 #include "key_table.h"
-#include "numberreading.h"
+#include "number_reading.h"
 #include "operator_location.h"
 #include "parservarmapper.h"
 

@@ -16,7 +16,7 @@
 #include "brackets.h"
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
-#include "numberreading.h"
+#include "number_reading.h"
 #include "operator_location.h"
 
 using namespace exprcurve;

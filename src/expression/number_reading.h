@@ -9,8 +9,8 @@
 // converts it in the "C" locale. The value is 0 unless the conversion uses up
 // that whole prefix ("-", ".", "1e", "1e+" read 0); an overflow reads as
 // +/-DBL_MAX. Under any other global locale the stream itself is used.
-#ifndef EXPRCURVE_PRIVATE_NUMBERREADING_H
-#define EXPRCURVE_PRIVATE_NUMBERREADING_H
+#ifndef EXPRCURVE_EXPRESSION_NUMBER_READING_H
+#define EXPRCURVE_EXPRESSION_NUMBER_READING_H
 
 #include <string_view>
 
@@ -41,4 +41,4 @@ private:
 
 }  // namespace exprcurve::numbers
 
-#endif  // EXPRCURVE_PRIVATE_NUMBERREADING_H
+#endif  // EXPRCURVE_EXPRESSION_NUMBER_READING_H
