@@ -11,10 +11,12 @@
 
 #include <cmath>
 
-constexpr double exprcurveTruthTolerance = 2.220446049250313e-16;
-
 namespace exprcurve {
 namespace operations {
+
+// 2^-52, the magnitude below which "not", "&", "|" and "=" take a value as
+// zero.
+constexpr double truthTolerance = 2.220446049250313e-16;
 
 inline double sum(double a, double b) { return a + b; }
 inline double difference(double a, double b) { return a - b; }
@@ -43,7 +45,7 @@ inline double decimalLog(double x) { return std::log10(x); }
 inline double exponential(double x) { return std::exp(x); }
 
 // 1.0 when |x| < 2^-52, so a NaN gives 0.0.
-inline double logicalNot(double x) { return std::fabs(x) < exprcurveTruthTolerance ? 1.0 : 0.0; }
+inline double logicalNot(double x) { return std::fabs(x) < truthTolerance ? 1.0 : 0.0; }
 
 // x when x > 0, otherwise x with its sign bit flipped: 0.0 gives -0.0.
 inline double flipSignUnlessPositive(double x) { return x > 0 ? x : -x; }
@@ -53,18 +55,18 @@ inline double flipSignUnlessPositive(double x) { return x > 0 ? x : -x; }
 // false.
 inline double logicalAnd(double a, double b)
 {
-    return std::fabs(a * b) > exprcurveTruthTolerance ? 1.0 : 0.0;
+    return std::fabs(a * b) > truthTolerance ? 1.0 : 0.0;
 }
 inline double logicalOr(double a, double b)
 {
-    return std::fabs(a + b) > exprcurveTruthTolerance ? 1.0 : 0.0;
+    return std::fabs(a + b) > truthTolerance ? 1.0 : 0.0;
 }
 
 // Absolute tolerance, not relative: 0.1 + 0.2 = 0.3 holds, 1e20 = 1e20 + 1e4
 // does not.
 inline double equal(double a, double b)
 {
-    return std::fabs(a - b) < exprcurveTruthTolerance ? 1.0 : 0.0;
+    return std::fabs(a - b) < truthTolerance ? 1.0 : 0.0;
 }
 
 inline double greater(double a, double b) { return a > b ? 1.0 : 0.0; }

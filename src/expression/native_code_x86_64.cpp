@@ -500,7 +500,7 @@ private:
     void magnitudeAboveTolerance()
     {
         code.andpd(accumulator, magnitudeMask());
-        code.movupd(spare, constant(exprcurveTruthTolerance));
+        code.movupd(spare, constant(operations::truthTolerance));
         code.cmppd(spare, accumulator, Compare::Less);
         truthFromMask(spare);
     }
@@ -535,7 +535,7 @@ private:
         case Operation::Eql:  // |a - b| < tolerance
             code.subpd(accumulator, scratch);
             code.andpd(accumulator, magnitudeMask());
-            code.cmppd(accumulator, constant(exprcurveTruthTolerance), Compare::Less);
+            code.cmppd(accumulator, constant(operations::truthTolerance), Compare::Less);
             return truthFromMask(accumulator);
         default:
             return callPerLane(reinterpret_cast<const void*>(info(operation).binary), true);
@@ -547,7 +547,7 @@ private:
         switch (operation) {
         case Operation::Not:  // |x| < tolerance, false for NaN
             code.andpd(accumulator, magnitudeMask());
-            code.cmppd(accumulator, constant(exprcurveTruthTolerance), Compare::Less);
+            code.cmppd(accumulator, constant(operations::truthTolerance), Compare::Less);
             return truthFromMask(accumulator);
         case Operation::Abs:  // x > 0 ? x : -x, the sign flipped for 0, -0 and NaN
             code.movapd(scratch, accumulator);
