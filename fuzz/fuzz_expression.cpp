@@ -15,17 +15,13 @@
 #include <utility>
 #include <vector>
 
+#include "compiledexpression.h"
 #include "diagnostics.h"
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
 #include "fuzz_support.h"
 #include "parservarmapper.h"
 #include "plain_variable_discovery.h"
-
-#if __has_include("compiledexpression.h")
-#include "compiledexpression.h"
-#define EXPRCURVE_FUZZ_COMPILED 1
-#endif
 
 namespace {
 
@@ -199,7 +195,6 @@ bool sameResult(double a, double b)
     return bitsOf(a) == bitsOf(b) || (a != a && b != b);
 }
 
-#ifdef EXPRCURVE_FUZZ_COMPILED
 // A batch over rows built from the host's values (special values among
 // them) must give, row by row, what the tree gives with those values
 // written, and leave the host's variables as they were.
@@ -228,13 +223,11 @@ void checkBatch(const exprcurve::CompiledExpression& compiled, const FunctionFlo
         }
     }
 }
-#endif
 
 // The compiled form must give the tree's result, also as a copy and after a
 // move, and again after the host's values change.
 void checkCompiled(const FunctionFloatBase* tree)
 {
-#ifdef EXPRCURVE_FUZZ_COMPILED
     const exprcurve::CompiledExpression compiled(tree);
     require(sameResult(compiled(), (*tree)()), "compiled evaluation matches the tree");
     const exprcurve::CompiledExpression interpreted(tree, exprcurve::CompiledExpression::Backend::Interpreter);
@@ -251,9 +244,6 @@ void checkCompiled(const FunctionFloatBase* tree)
     require(sameResult(interpreted(), (*tree)()), "the interpreted program reads variables anew");
     checkBatch(compiled, *tree);
     checkBatch(interpreted, *tree);
-#else
-    (void)tree;
-#endif
 }
 
 }  // namespace
