@@ -86,7 +86,8 @@ struct Inputs {
     double draw()
     {
         const double eps = std::ldexp(1.0, -52);
-        const double special[] = {0.0, -0.0, 1.0, -1.0, 1.0 + eps, eps, -eps, eps / 2, 0.1, 1e300, 5e-324, NAN, INFINITY, -INFINITY};
+        const double special[] = {0.0, -0.0, 1.0, -1.0, 1.0 + eps, eps, -eps, eps / 2, 0.1, 1e300, 5e-324,
+                                  NAN, INFINITY, -INFINITY};
         if (random() % 2)
             return special[random() % std::size(special)];
         return std::uniform_real_distribution<double>(-4.0, 4.0)(random);
@@ -106,8 +107,8 @@ struct Inputs {
     std::string describe() const
     {
         std::ostringstream text;
-        text << " with a, b, c, d, t, f, n = " << a << ", " << b << ", " << c << ", " << d << ", " << t << ", "
-             << f << ", " << n;
+        text << " with a, b, c, d, t, f, n = " << a << ", " << b << ", " << c << ", " << d << ", " << t
+             << ", " << f << ", " << n;
         return text.str();
     }
 
@@ -146,7 +147,8 @@ struct Inputs {
         narrow.evaluate(rounds, batch.columns.data(), batch.columns.size(), results.data());
         exprcurve::compiled::allowWideBatches(true);
         for (int round = 0; round < rounds; ++round)
-            ASSERT_EQ(bitsOf(results[round]), batch.expected[round]) << text << " two-lane batch row " << round;
+            ASSERT_EQ(bitsOf(results[round]), batch.expected[round])
+                << text << " two-lane batch row " << round;
         for (const CompiledExpression* compiled : {&native, &interpreted}) {
             compiled->evaluate(rounds, batch.columns.data(), batch.columns.size(), results.data());
             for (int round = 0; round < rounds; ++round)
@@ -194,8 +196,9 @@ struct Inputs {
 std::string randomText(std::mt19937& random, int depth)
 {
     static const char* const leaves[] = {"a", "b", "f", "n", "k", "0", "2", "0.5", "pi", "epsilon", "x"};
-    static const char* const functions[] = {"not", "j0", "j1", "floor", "ceil", "tan", "sin", "cos", "tanh", "sinh",
-                                            "cosh", "atan", "asin", "acos", "sqrt", "abs", "log", "log10", "exp", "-", "rnd"};
+    static const char* const functions[] = {"not", "j0", "j1", "floor", "ceil", "tan", "sin", "cos", "tanh",
+                                            "sinh", "cosh", "atan", "asin", "acos", "sqrt", "abs", "log",
+                                            "log10", "exp", "-", "rnd"};
     static const std::string operators = "|&=><+-*/^";
     const auto pick = [&random](const auto& list) { return list[random() % std::size(list)]; };
     const auto sub = [&random, depth] { return randomText(random, depth - 1); };
@@ -295,7 +298,8 @@ TEST(CompiledExpression, IfCallsOnlyTheSelectedBranchLikeTheTree)
     tree.arg2 = new HostNode(&onTrue);
     tree.arg3 = new HostNode(&onZero);
     const CompiledExpression compiled(&tree);
-    const std::pair<double, double> conditionAndResults[] = {{0.0, 101}, {-0.0, 103}, {1e-17, 1}, {NAN, 3}, {-3.0, 5}};
+    const std::pair<double, double> conditionAndResults[] = {
+        {0.0, 101}, {-0.0, 103}, {1e-17, 1}, {NAN, 3}, {-3.0, 5}};
     for (const auto& [value, fromTree] : conditionAndResults) {
         condition = value;
         EXPECT_EQ(tree(), fromTree) << value;
@@ -310,7 +314,8 @@ TEST(CompiledExpression, IfCallsOnlyTheSelectedBranchLikeTheTree)
 TEST(CompiledExpression, ChainsAndNestingsUpToTheDepthLimitMatchTheTree)
 {
     const int levels = FunctionParserBase::maxParseDepth - 2;
-    const auto repeat = [](const std::string& piece, int count, const std::string& last, const std::string& close) {
+    const auto repeat = [](const std::string& piece, int count, const std::string& last,
+                           const std::string& close) {
         std::string text;
         for (int index = 0; index < count; ++index)
             text += piece;
@@ -320,9 +325,11 @@ TEST(CompiledExpression, ChainsAndNestingsUpToTheDepthLimitMatchTheTree)
         return text;
     };
     Inputs inputs;
-    for (const std::string& text : {repeat("a*b+", levels / 2, "a*b", ""), repeat("a-", levels, "b", ""),
-                                    repeat("sin(", levels, "a", ")"), repeat("(c+a*", levels / 2, "b", ")"),
-                                    repeat("max(a*b,", levels / 2, "c", ")"), repeat("if(a>b,c,", levels / 4, "d", ")"), repeat("if(a<c,if(b>a,d,", levels / 8, "c", "),b)")}) {
+    for (const std::string& text :
+         {repeat("a*b+", levels / 2, "a*b", ""), repeat("a-", levels, "b", ""),
+          repeat("sin(", levels, "a", ")"), repeat("(c+a*", levels / 2, "b", ")"),
+          repeat("max(a*b,", levels / 2, "c", ")"), repeat("if(a>b,c,", levels / 4, "d", ")"),
+          repeat("if(a<c,if(b>a,d,", levels / 8, "c", "),b)")}) {
         ParseMessage message{};
         delete inputs.parser.parseString(text, message);
         ASSERT_TRUE(message.errors.empty()) << text.substr(0, 40);
@@ -392,8 +399,10 @@ TEST(CompiledExpression, CompilingAndEvaluatingAtTheDepthLimitNeedLittleStack)
     ParseMessage message{};
     const std::unique_ptr<FunctionFloatBase> tree(inputs.parser.parseString(nested, message));
     ASSERT_TRUE(message.errors.empty());
-    for (const auto backend : {CompiledExpression::Backend::Automatic, CompiledExpression::Backend::Interpreter}) {
-        const std::size_t compiling = stackBytesUsed([&] { const CompiledExpression compiled(tree.get(), backend); });
+    for (const auto backend :
+         {CompiledExpression::Backend::Automatic, CompiledExpression::Backend::Interpreter}) {
+        const std::size_t compiling =
+            stackBytesUsed([&] { const CompiledExpression compiled(tree.get(), backend); });
         const CompiledExpression compiled(tree.get(), backend);
         const std::size_t evaluating = stackBytesUsed([&] { resultSink = compiled(); });
         std::vector<double> values(300, 0.25), results(300);
@@ -435,8 +444,10 @@ bool poolHolds(double value, bool executable)
         if (permissions[0] != 'r' || (permissions[2] == 'x') != executable || permissions[1] == 'w')
             continue;
         const std::size_t dash = range.find('-');
-        const auto* begin = reinterpret_cast<const std::uint8_t*>(std::stoull(range.substr(0, dash), nullptr, 16));
-        const auto* end = reinterpret_cast<const std::uint8_t*>(std::stoull(range.substr(dash + 1), nullptr, 16));
+        const auto* begin =
+            reinterpret_cast<const std::uint8_t*>(std::stoull(range.substr(0, dash), nullptr, 16));
+        const auto* end =
+            reinterpret_cast<const std::uint8_t*>(std::stoull(range.substr(dash + 1), nullptr, 16));
         if (std::search(begin, end, pattern, pattern + 8) != end)
             return true;
     }
@@ -546,7 +557,8 @@ TEST(CompiledExpression, FailedMemoryCallsFallBackToTheInterpreterWithTheSameVal
     namespace compiled = exprcurve::compiled;
     Inputs inputs;
     ParseMessage message{};
-    const std::unique_ptr<FunctionFloatBase> tree(inputs.parser.parseString("a*b+sin(c)/max(d,0.5)", message));
+    const std::unique_ptr<FunctionFloatBase> tree(
+        inputs.parser.parseString("a*b+sin(c)/max(d,0.5)", message));
     const exprcurve::compiled::MemoryCalls failing = FailingCalls::make();
     struct Case {
         const char* name;

@@ -92,7 +92,8 @@ TEST_F(HostFunctions, CallsGiveTheFunctionsOwnBitsInEveryForm)
         std::unique_ptr<FunctionFloatBase> tree = parse(texts[row]);
         ASSERT_TRUE(message.errors.empty()) << texts[row];
         const exprcurve::CompiledExpression compiled(tree.get());
-        const exprcurve::CompiledExpression interpreted(tree.get(), exprcurve::CompiledExpression::Backend::Interpreter);
+        const exprcurve::CompiledExpression interpreted(tree.get(),
+                                                        exprcurve::CompiledExpression::Backend::Interpreter);
         for (const auto& [first, second] : inputs) {
             x = first, y = second, seedValue = second;
             const std::uint64_t expected = bitsOf(byHand(row));
@@ -163,7 +164,8 @@ TEST_F(HostFunctions, ArgumentsAreEvaluatedLeftToRightAndOnlyTheChosenBranch)
     ASSERT_TRUE(parser.defineFunction("note", 1, record));
     ASSERT_TRUE(parser.defineFunction("lerp", 3, lerp));
     calls.clear();
-    std::unique_ptr<FunctionFloatBase> tree = parse("lerp(note(1),note(2)+note(3),note(4))+if(0,note(5),note(6))");
+    std::unique_ptr<FunctionFloatBase> tree =
+        parse("lerp(note(1),note(2)+note(3),note(4))+if(0,note(5),note(6))");
     (*tree)();
     EXPECT_EQ(calls, (std::vector<int>{1, 2, 3, 4, 6}));
     for (const auto backend : {exprcurve::CompiledExpression::Backend::Automatic,
@@ -263,7 +265,8 @@ TEST_F(HostFunctions, WrongCallsAndTheirFaults)
         std::unique_ptr<FunctionFloatBase> tree = parse(t.text);
         EXPECT_EQ(tree_printer::shape(tree.get()), t.shape) << t.text;
         EXPECT_EQ(std::tie(message.errors, message.errorCode), std::tie(t.faults, t.errorCode)) << t.text;
-        const int end = static_cast<int>(message.text.size()) + (message.text.find("rnd") != std::string::npos);
+        const int end =
+            static_cast<int>(message.text.size()) + (message.text.find("rnd") != std::string::npos);
         EXPECT_EQ(message.position, end) << t.text;
     }
 }
