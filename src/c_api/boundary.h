@@ -7,7 +7,7 @@
 #include <new>
 #include <string>
 
-namespace exprcurve_c_api {
+namespace exprcurve::c_api {
 
 void setLastError(const std::string& message);
 void clearLastError();
@@ -38,6 +38,6 @@ Result failWith(Result failure, const std::string& message)
     return failure;
 }
 
-}  // namespace exprcurve_c_api
+}  // namespace exprcurve::c_api
 
 #endif  // EXPRCURVE_C_API_BOUNDARY_H

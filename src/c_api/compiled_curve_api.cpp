@@ -8,8 +8,8 @@
 #include "handles.h"
 #include "splinebase.h"
 
-using exprcurve_c_api::failWith;
-using exprcurve_c_api::guarded;
+using exprcurve::c_api::failWith;
+using exprcurve::c_api::guarded;
 
 struct exprcurve_compiled_curve {
     exprcurve::CompiledCurve compiled;

@@ -12,8 +12,8 @@
 #include "handles.h"
 #include "splinebase.h"
 
-using exprcurve_c_api::failWith;
-using exprcurve_c_api::guarded;
+using exprcurve::c_api::failWith;
+using exprcurve::c_api::guarded;
 
 namespace {
 

@@ -12,8 +12,8 @@
 #include "functionfloatbase.h"
 #include "functionparserbase.h"
 
-using exprcurve_c_api::failWith;
-using exprcurve_c_api::guarded;
+using exprcurve::c_api::failWith;
+using exprcurve::c_api::guarded;
 
 struct exprcurve_parser {
     FunctionParserBase parser;

@@ -3,7 +3,7 @@
 #include "boundary.h"
 #include "exprcurve.h"
 
-namespace exprcurve_c_api {
+namespace exprcurve::c_api {
 
 namespace {
 
@@ -28,9 +28,9 @@ void clearLastError()
     lastError.clear();
 }
 
-}  // namespace exprcurve_c_api
+}  // namespace exprcurve::c_api
 
 extern "C" const char* exprcurve_last_error(void)
 {
-    return exprcurve_c_api::lastError.c_str();
+    return exprcurve::c_api::lastError.c_str();
 }
