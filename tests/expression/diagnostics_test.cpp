@@ -169,7 +169,8 @@ std::vector<int> plainFaultPositions(const ParseMessage& message)
 TEST_F(Diagnostics, ManyRandomNodesAndFaultsGiveThePlainRulesPositions)
 {
     parser.insertKey("t", &value);
-    const char* const pieces[] = {"rnd(x)", "rnd(rnd(y))", "foo", "rnd(", ")", "x", "1.2.3", "max(x)", "rnd(a+)"};
+    const char* const pieces[] = {"rnd(x)", "rnd(rnd(y))", "foo", "rnd(", ")",
+                                  "x", "1.2.3", "max(x)", "rnd(a+)"};
     std::mt19937 random(77);
     int compared = 0;
     for (int round = 0; round < 400; ++round) {
